@@ -1,0 +1,12 @@
+#pragma once
+
+// How long a test waits for something that ought to come at once, before it fails. Never a time
+// that a test asserts.
+
+#include <chrono>
+
+namespace kivtest {
+
+inline constexpr std::chrono::seconds patience{60};
+
+}  // namespace kivtest

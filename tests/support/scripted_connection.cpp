@@ -1,0 +1,211 @@
+// The server's end of one connection: reading requests, and sending in every manner.
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+
+#include "support/patience.h"
+#include "support/scripted_server.h"
+
+namespace kivtest {
+
+namespace {
+
+constexpr std::string_view headEnd = "\r\n\r\n";
+constexpr std::size_t longestHead = std::size_t{1} << 20;
+
+bool equalIgnoringCase(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
+        return std::tolower(x) == std::tolower(y);
+    });
+}
+
+std::string_view takeUntil(std::string_view& text, std::string_view end) {
+    const std::string_view piece = text.substr(0, text.find(end));
+    text.remove_prefix(std::min(text.size(), piece.size() + end.size()));
+    return piece;
+}
+
+void parseRequestLine(Request& request) {
+    std::string_view rest = request.head;
+    std::string_view line = takeUntil(rest, "\r\n");
+    request.method = takeUntil(line, " ");
+    // A target may hold blanks, as a client sends it that doesn't encode them.
+    const std::size_t lastBlank = std::min(line.rfind(' '), line.size());
+    request.target = line.substr(0, lastBlank);
+    request.version = lastBlank < line.size() ? line.substr(lastBlank + 1) : std::string_view();
+}
+
+}  // namespace
+
+std::optional<std::string> Request::header(std::string_view name) const {
+    std::string_view rest = head;
+    takeUntil(rest, "\r\n");
+    while (!rest.empty()) {
+        std::string_view line = takeUntil(rest, "\r\n");
+        if (equalIgnoringCase(takeUntil(line, ":"), name)) {
+            line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+            return std::string(line);
+        }
+    }
+    return std::nullopt;
+}
+
+bool Gate::arrive() {
+    std::unique_lock lock(mutex_);
+    ++arrived_;
+    if (arrived_ >= count_ && state_ == State::Closed) {
+        state_ = State::Full;
+    }
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return state_ != State::Closed; });
+    return state_ == State::Full;
+}
+
+bool Gate::waitForArrivals(int count) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, patience, [&] { return arrived_ >= count; });
+}
+
+void Gate::open() {
+    const std::lock_guard lock(mutex_);
+    if (state_ == State::Closed) {
+        state_ = State::Forced;
+    }
+    changed_.notify_all();
+}
+
+Connection::Connection(ScriptedServer& server, Socket socket, int number)
+    : server_(server), socket_(std::move(socket)), number_(number) {}
+
+bool Connection::send(std::string_view bytes) {
+    while (isOpen() && !bytes.empty()) {
+        const std::optional<std::int64_t> sent = socket_.send(bytes.data(), bytes.size());
+        if (sent && *sent >= 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(*sent));
+        } else if (sent || waitForSocket(socket_, Interest::Write, {&server_.stopping_}) ==
+                               WaitResult::Woken) {
+            close();
+        }
+    }
+    return isOpen();
+}
+
+bool Connection::send(const Response& response) {
+    const bool sent = send(response.bytes());
+    if (response.closesConnection()) {
+        close();
+    }
+    return sent;
+}
+
+bool Connection::drip(std::string_view bytes, std::size_t piece,
+                      std::chrono::milliseconds interval) {
+    while (!bytes.empty() && send(bytes.substr(0, piece))) {
+        bytes.remove_prefix(std::min(piece, bytes.size()));
+        if (!bytes.empty() && waitForSocket(socket_, Interest::Departure, {&server_.stopping_},
+                                            interval) != WaitResult::TimedOut) {
+            close();
+        }
+    }
+    return isOpen();
+}
+
+bool Connection::sendFill(char byte, std::int64_t count) {
+    const std::string piece(std::size_t{1} << 16, byte);
+    while (count > 0 && send(std::string_view(piece).substr(
+                            0, static_cast<std::size_t>(std::min<std::int64_t>(
+                                   count, static_cast<std::int64_t>(piece.size())))))) {
+        count -= static_cast<std::int64_t>(piece.size());
+    }
+    return isOpen();
+}
+
+void Connection::sendForever(std::string_view piece) {
+    constexpr std::chrono::milliseconds noTime{0};
+    while (send(piece)) {
+        // A client that takes everything at once must not keep the server from its end.
+        if (waitForSocket(socket_, Interest::Departure, {&server_.stopping_}, noTime) !=
+            WaitResult::TimedOut) {
+            close();
+        }
+    }
+}
+
+bool Connection::stall() {
+    if (!isOpen()) {
+        return false;
+    }
+    // Stopping is looked at first, so that a script doesn't go on when the server ends.
+    const WaitResult result =
+        waitForSocket(socket_, Interest::Departure, {&server_.stopping_, &server_.released_});
+    constexpr std::chrono::milliseconds noTime{0};
+    const bool goOn = result == WaitResult::Woken &&
+                      waitForSocket(socket_, Interest::Departure, {&server_.stopping_}, noTime) ==
+                          WaitResult::TimedOut;
+    if (!goOn) {
+        close();
+    }
+    return goOn;
+}
+
+bool Connection::fill() {
+    std::array<char, 8192> piece;
+    while (isOpen()) {
+        const std::optional<std::int64_t> count = socket_.receive(piece.data(), piece.size());
+        if (count && *count > 0) {
+            received_.append(piece.data(), static_cast<std::size_t>(*count));
+            return true;
+        }
+        if (count ||
+            waitForSocket(socket_, Interest::Read, {&server_.stopping_}) == WaitResult::Woken) {
+            close();
+        }
+    }
+    return false;
+}
+
+bool Connection::answerNonsense() {
+    // A TLS handshake, for instance: it would wait for an answer for ever.
+    send("HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    close();
+    return false;
+}
+
+bool Connection::readRequest(Request& request) {
+    std::size_t end = 0;
+    while ((end = received_.find(headEnd)) == std::string::npos) {
+        const bool nonsense = !received_.empty() &&
+                              (std::isupper(static_cast<unsigned char>(received_.front())) == 0 ||
+                               received_.size() > longestHead);
+        if (nonsense) {
+            return answerNonsense();
+        }
+        if (!fill()) {
+            return false;
+        }
+    }
+    request = Request();
+    request.head = received_.substr(0, end + headEnd.size());
+    received_.erase(0, request.head.size());
+    parseRequestLine(request);
+    request.connection = number_;
+    request.indexOnConnection = requests_++;
+    return true;
+}
+
+void Connection::close() {
+    if (isOpen()) {
+        socket_.close();
+        server_.connectionClosed();
+    }
+}
+
+void Connection::reset() {
+    if (isOpen()) {
+        socket_.reset();
+        server_.connectionClosed();
+    }
+}
+
+}  // namespace kivtest
