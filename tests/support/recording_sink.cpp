@@ -1,0 +1,227 @@
+#include "support/recording_sink.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <ostream>
+#include <utility>
+
+#include "support/patience.h"
+
+namespace kivtest {
+
+namespace {
+
+std::string formatted(const char* format, std::va_list arguments) {
+    std::va_list again;
+    va_copy(again, arguments);
+    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
+    std::vsnprintf(text.data(), text.size() + 1, format, again);
+    va_end(again);
+    return text;
+}
+
+bool startsWith(std::string_view text, std::string_view start) {
+    return text.substr(0, start.size()) == start;
+}
+
+bool tellsProgress(std::string_view line) {
+    return startsWith(line, "setProgress ") || startsWith(line, "setProgressText ");
+}
+
+}  // namespace
+
+std::ostream& operator<<(std::ostream& stream, const ErrorLine& line) {
+    return stream << '[' << line.function << "] " << line.code << ": " << line.message;
+}
+
+std::vector<ErrorLine> nodesOf(const Brelt::ErrorChain& error) {
+    std::vector<ErrorLine> nodes;
+    for (const Brelt::ErrorNode* node = error.head(); node != nullptr; node = node->next) {
+        nodes.push_back(
+            {node->function == nullptr ? "" : node->function, node->code, node->message});
+    }
+    return nodes;
+}
+
+RecordingSink::~RecordingSink() {
+    for (const std::string& violation : takeViolations()) {
+        ADD_FAILURE() << "the sink was called against its contract: " << violation;
+    }
+}
+
+std::int32_t RecordingSink::during(const std::function<std::int32_t()>& call) {
+    const auto setRunning = [this](bool running) {
+        const std::lock_guard lock(mutex_);
+        judged_ = true;
+        running_ = running;
+        caller_ = std::this_thread::get_id();
+    };
+    setRunning(true);
+    const std::int32_t result = call();
+    setRunning(false);
+    return result;
+}
+
+void RecordingSink::abortAfterPolls(std::int32_t polls, std::int32_t code) {
+    const std::lock_guard lock(mutex_);
+    pollsLeft_ = polls;
+    abortCode_ = code;
+}
+
+bool RecordingSink::waitForLine(std::string_view start) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, patience, [&] {
+        return std::any_of(lines_.begin(), lines_.end(),
+                           [&](const std::string& line) { return startsWith(line, start); });
+    });
+}
+
+Lines RecordingSink::lines() const {
+    const std::lock_guard lock(mutex_);
+    return lines_;
+}
+
+Lines RecordingSink::steps() const {
+    Lines result;
+    bool inStage = false;
+    for (std::string& line : lines()) {
+        inStage = line == "progressBegin" || (inStage && line != "progressEnd");
+        if (!inStage || !tellsProgress(line)) {
+            result.push_back(std::move(line));
+        }
+    }
+    return result;
+}
+
+Lines RecordingSink::of(std::string_view operation) const {
+    const std::string start = std::string(operation) + " ";
+    Lines result;
+    for (const std::string& line : lines()) {
+        if (startsWith(line, start)) {
+            result.push_back(line.substr(start.size()));
+        } else if (line == operation) {
+            result.emplace_back();
+        }
+    }
+    return result;
+}
+
+std::string RecordingSink::errorText() const {
+    const Lines errors = of("reportError");
+    return errors.empty() ? std::string() : errors.back();
+}
+
+std::vector<ErrorLine> RecordingSink::errorNodes() const {
+    const std::lock_guard lock(mutex_);
+    return errorNodes_;
+}
+
+Lines RecordingSink::takeViolations() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(violations_, {});
+}
+
+void RecordingSink::clear() {
+    const std::lock_guard lock(mutex_);
+    lines_.clear();
+    errorNodes_.clear();
+    polls_ = 0;
+}
+
+void RecordingSink::setProgressRange(std::int32_t upper) {
+    record("setProgressRange " + std::to_string(upper), Threads::CallersOnly);
+}
+
+void RecordingSink::setProgress(std::int32_t value) {
+    record("setProgress " + std::to_string(value), Threads::Any);
+}
+
+void RecordingSink::setProgressText(const char* text) {
+    record(std::string("setProgressText ") + text, Threads::Any);
+}
+
+std::int32_t RecordingSink::getAbortCode() {
+    const std::lock_guard lock(mutex_);
+    judge("getAbortCode", Threads::Any);
+    ++polls_;
+    if (pollsLeft_ > 0) {
+        --pollsLeft_;
+        return 0;
+    }
+    return abortCode_;
+}
+
+void RecordingSink::progressBegin() {
+    record("progressBegin", Threads::CallersOnly);
+}
+
+void RecordingSink::progressEnd() {
+    record("progressEnd", Threads::CallersOnly);
+}
+
+void RecordingSink::logInfo(const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    record("logInfo " + formatted(format, arguments), Threads::CallersOnly);
+    va_end(arguments);
+}
+
+void RecordingSink::reportWarning(const char* function, std::int32_t code, const char* format,
+                                  ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    record("reportWarning " + std::string(function) + " " + std::to_string(code) + " " +
+               formatted(format, arguments),
+           Threads::CallersOnly);
+    va_end(arguments);
+}
+
+void RecordingSink::reportError(const Brelt::ErrorChain& error) {
+    {
+        const std::lock_guard lock(mutex_);
+        errorNodes_ = nodesOf(error);
+    }
+    record(std::string("reportError ") + error.toCharString().cstr(), Threads::CallersOnly);
+}
+
+void RecordingSink::logError(const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    record("logError " + formatted(format, arguments), Threads::CallersOnly);
+    va_end(arguments);
+}
+
+void RecordingSink::logDebug(const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    record("logDebug " + formatted(format, arguments), Threads::CallersOnly);
+    va_end(arguments);
+}
+
+void RecordingSink::record(std::string line, Threads threads) {
+    {
+        const std::lock_guard lock(mutex_);
+        judge(line, threads);
+        lines_.push_back(line);
+        changed_.notify_all();
+    }
+    if (observer_) {
+        observer_(line);
+    }
+}
+
+void RecordingSink::judge(const std::string& line, Threads threads) {
+    if (!judged_) {
+        return;
+    }
+    if (!running_) {
+        violations_.push_back("after the call had returned: " + line);
+    } else if (threads == Threads::CallersOnly && std::this_thread::get_id() != caller_) {
+        violations_.push_back("on a thread of the library: " + line);
+    }
+}
+
+}  // namespace kivtest
