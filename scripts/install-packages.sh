@@ -7,7 +7,7 @@ set -euo pipefail
 
 packages_of() {
     case "$1" in
-        build) echo "g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev" \
+        build) echo "g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev libssl-dev" \
                     "libjsoncpp-dev libcli11-dev libcpp-httplib-dev libgtest-dev googletest" ;;
         test) echo "python3 nginx-light tinyproxy-bin squid openssl" ;;
         checks) echo "clang clang-tidy clang-format libclang-rt-14-dev valgrind python3" ;;
