@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -12,27 +13,19 @@ std::string show(const CharString& text) {
     return text.ptr() == nullptr ? "null" : "<" + std::string(text.ptr()) + ">";
 }
 
-std::vector<std::string> show(const Table<CharString>& pieces) {
-    std::vector<std::string> shown;
-    for (std::int32_t i = 0; i < pieces.count; ++i) {
-        shown.push_back(show(pieces.data[i]));
-    }
-    return shown;
-}
-
 std::string show(const KeyValuePair& pair) {
     return show(pair.key) + "=" + show(pair.value);
 }
 
-std::vector<std::string> show(const Table<KeyValuePair>& pairs) {
-    std::vector<std::string> shown;
-    for (std::int32_t i = 0; i < pairs.count; ++i) {
-        shown.push_back(show(pairs.data[i]));
-    }
+using Shown = std::vector<std::string>;
+
+template <class T>
+Shown show(const Table<T>& table) {
+    Shown shown(static_cast<std::size_t>(table.count));
+    std::transform(table.data, table.data + table.count, shown.begin(),
+                   [](const T& element) { return show(element); });
     return shown;
 }
-
-using Shown = std::vector<std::string>;
 
 TEST(Splitting, ByCharTable) {
     const struct {

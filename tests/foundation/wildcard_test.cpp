@@ -17,39 +17,49 @@ public:
     Oracle(const char* text, std::int32_t flags) : text_(text), start_(text), flags_(flags) {}
 
     int match(const char* p) {
-        for (;;) {
-            const char c = *p++;
-            if (c == '\0') {
-                return (has(WildcardLeadingDir) && *text_ == '\\') || *text_ == '\0' ? 0 : 1;
-            }
-            if (c == '*') {
-                while (*p == '*') {
-                    ++p;
-                }
-                if (leadingDot()) {
-                    return 1;
-                }
-                if (*p == '\0') {
-                    const bool crosses = !has(WildcardPathName) || has(WildcardLeadingDir);
-                    return crosses || std::strchr(text_, '\\') == nullptr ? 0 : 1;
-                }
-                if (*p != '\\' || !has(WildcardPathName)) {
-                    return tryPlaces(p);
-                }
-                text_ = std::strchr(text_, '\\');
-                if (text_ == nullptr) {
-                    return 1;
-                }
-            } else if (const int result = c == '?'   ? any()
-                                          : c == '[' ? bracket(p)
-                                                     : literal(c, p);
-                       result >= 0) {
-                return result;
-            }
+        int result = open;
+        while (result == open) {
+            result = step(p);
         }
+        return result;
     }
 
 private:
+    static constexpr int open = -1;
+
+    int step(const char*& p) {
+        const char c = *p++;
+        switch (c) {
+            case '\0':
+                return (has(WildcardLeadingDir) && *text_ == '\\') || *text_ == '\0' ? 0 : 1;
+            case '*':
+                return star(p);
+            case '?':
+                return any();
+            case '[':
+                return bracket(p);
+            default:
+                return literal(c, p);
+        }
+    }
+
+    int star(const char*& p) {
+        p += std::strspn(p, "*");
+        if (leadingDot()) {
+            return 1;
+        }
+        const char* separator = std::strchr(text_, '\\');
+        if (*p == '\0') {
+            const bool crosses = !has(WildcardPathName) || has(WildcardLeadingDir);
+            return crosses || separator == nullptr ? 0 : 1;
+        }
+        if (*p != '\\' || !has(WildcardPathName)) {
+            return tryPlaces(p);
+        }
+        text_ = separator;
+        return separator == nullptr ? 1 : open;
+    }
+
     bool has(std::int32_t flag) const { return (flags_ & flag) != 0; }
 
     int fold(char c) const {
@@ -81,7 +91,7 @@ private:
             return 1;
         }
         ++text_;
-        return -1;
+        return open;
     }
 
     bool member(const char*& p, int& value) const {
@@ -112,7 +122,7 @@ private:
         }
         ++p;
         ++text_;
-        return hit == negated ? 1 : -1;
+        return hit == negated ? 1 : open;
     }
 
     int literal(char c, const char*& p) {
@@ -121,7 +131,7 @@ private:
         }
         if (fold(c) == fold(*text_)) {
             ++text_;
-            return -1;
+            return open;
         }
         const bool behind = text_ == start_ + 1 && *start_ == '\\';
         return has(WildcardPrefixDirs) && *text_ == '\0' &&
@@ -184,7 +194,7 @@ TEST(Wildcard, AgreesWithTheRecursiveFormOnGeneratedPatterns) {
         "a",   "b",    "A",     ".",     "\\",   "\\\\", "*",   "*",   "**",  "*",  "?",
         "[ab", "[a-]", "[!a]",  "[^B-]", "[]",   "[!]",  "[-]", "\\*", "\\?", "\\", "[\\]a]",
         "[b-", "[\\",  "[a-\\", "[C-A]", "[!-]", "[.]",  "]",   "-",   "!",   "ab"};
-    const std::string letters = "aabbAB..\\\\\\*?]-";
+    const std::string letters = R"(aabbAB..\\\*?]-)";
     const auto pick = [&random](std::size_t count) { return random() % count; };
     for (int round = 0; round < 20000; ++round) {
         std::string pattern;
