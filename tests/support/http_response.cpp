@@ -4,7 +4,7 @@
 #include <array>
 #include <cctype>
 
-namespace kivtest {
+namespace TestSupport {
 
 namespace {
 
@@ -106,4 +106,4 @@ std::string percentEncoded(std::string_view path) {
     return text;
 }
 
-}  // namespace kivtest
+}  // namespace TestSupport

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace kivtest {
+namespace TestSupport {
 
 struct Response {
     enum class Framing {
@@ -45,4 +45,4 @@ std::string inChunks(std::string_view body, std::size_t chunkSize);
 /// `path` as it stands in a request target: all bytes but unreserved ones and "/" encoded.
 std::string percentEncoded(std::string_view path);
 
-}  // namespace kivtest
+}  // namespace TestSupport

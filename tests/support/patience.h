@@ -5,8 +5,8 @@
 
 #include <chrono>
 
-namespace kivtest {
+namespace TestSupport {
 
 inline constexpr std::chrono::seconds patience{60};
 
-}  // namespace kivtest
+}  // namespace TestSupport

@@ -3,24 +3,23 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <ostream>
 #include <utility>
 
 #include "support/patience.h"
 
-namespace kivtest {
+namespace TestSupport {
 
 namespace {
 
 std::string formatted(const char* format, std::va_list arguments) {
-    std::va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
-    std::string text(static_cast<std::size_t>(std::max(length, 0)), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
-    return text;
+    // Longer than any line with a path or a trace in it.
+    std::array<char, 16384> text;
+    const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
+    EXPECT_LT(static_cast<std::size_t>(length), text.size());
+    return text.data();
 }
 
 bool startsWith(std::string_view text, std::string_view start) {
@@ -165,18 +164,19 @@ void RecordingSink::progressEnd() {
 void RecordingSink::logInfo(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    record("logInfo " + formatted(format, arguments), Threads::CallersOnly);
+    const std::string text = formatted(format, arguments);
     va_end(arguments);
+    record("logInfo " + text, Threads::CallersOnly);
 }
 
 void RecordingSink::reportWarning(const char* function, std::int32_t code, const char* format,
                                   ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    record("reportWarning " + std::string(function) + " " + std::to_string(code) + " " +
-               formatted(format, arguments),
-           Threads::CallersOnly);
+    const std::string text = formatted(format, arguments);
     va_end(arguments);
+    record("reportWarning " + std::string(function) + " " + std::to_string(code) + " " + text,
+           Threads::CallersOnly);
 }
 
 void RecordingSink::reportError(const Brelt::ErrorChain& error) {
@@ -190,18 +190,20 @@ void RecordingSink::reportError(const Brelt::ErrorChain& error) {
 void RecordingSink::logError(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    record("logError " + formatted(format, arguments), Threads::CallersOnly);
+    const std::string text = formatted(format, arguments);
     va_end(arguments);
+    record("logError " + text, Threads::CallersOnly);
 }
 
 void RecordingSink::logDebug(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    record("logDebug " + formatted(format, arguments), Threads::CallersOnly);
+    const std::string text = formatted(format, arguments);
     va_end(arguments);
+    record("logDebug " + text, Threads::CallersOnly);
 }
 
-void RecordingSink::record(std::string line, Threads threads) {
+void RecordingSink::record(const std::string& line, Threads threads) {
     {
         const std::lock_guard lock(mutex_);
         judge(line, threads);
@@ -224,4 +226,4 @@ void RecordingSink::judge(const std::string& line, Threads threads) {
     }
 }
 
-}  // namespace kivtest
+}  // namespace TestSupport

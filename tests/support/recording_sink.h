@@ -25,7 +25,7 @@
 
 #include "interface/message_sink.h"
 
-namespace kivtest {
+namespace TestSupport {
 
 using Lines = std::vector<std::string>;
 
@@ -105,7 +105,7 @@ public:
 private:
     enum class Threads { CallersOnly, Any };
 
-    void record(std::string line, Threads threads);
+    void record(const std::string& line, Threads threads);
     void judge(const std::string& line, Threads threads);
 
     mutable std::mutex mutex_;
@@ -122,4 +122,4 @@ private:
     std::int32_t abortCode_ = 0;
 };
 
-}  // namespace kivtest
+}  // namespace TestSupport

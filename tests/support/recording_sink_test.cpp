@@ -6,7 +6,7 @@
 
 #include <thread>
 
-using namespace kivtest;
+using namespace TestSupport;
 
 namespace {
 

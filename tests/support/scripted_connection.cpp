@@ -7,7 +7,7 @@
 #include "support/patience.h"
 #include "support/scripted_server.h"
 
-namespace kivtest {
+namespace TestSupport {
 
 namespace {
 
@@ -208,4 +208,4 @@ void Connection::reset() {
     }
 }
 
-}  // namespace kivtest
+}  // namespace TestSupport

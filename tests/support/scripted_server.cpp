@@ -6,7 +6,7 @@
 #include "support/patience.h"
 #include "support/server_scripts.h"
 
-namespace kivtest {
+namespace TestSupport {
 
 namespace {
 
@@ -41,8 +41,8 @@ void ScriptedServer::on(const std::string& target, Handler handler) {
     handlers_[target] = std::make_shared<Handler>(std::move(handler));
 }
 
-void ScriptedServer::on(const std::string& target, Response response) {
-    on(target, answer(std::move(response)));
+void ScriptedServer::on(const std::string& target, const Response& response) {
+    on(target, answer(response));
 }
 
 void ScriptedServer::otherwise(Handler handler) {
@@ -205,4 +205,4 @@ void ScriptedServer::connectionClosed() {
     changed_.notify_all();
 }
 
-}  // namespace kivtest
+}  // namespace TestSupport

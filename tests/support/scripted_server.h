@@ -40,7 +40,7 @@
 #include "support/http_response.h"
 #include "support/sockets.h"
 
-namespace kivtest {
+namespace TestSupport {
 
 class ScriptedServer;
 
@@ -143,7 +143,7 @@ public:
     /// What happens on a request for exactly this target; a later call replaces an earlier one,
     /// also while a client is at work.
     void on(const std::string& target, Handler handler);
-    void on(const std::string& target, Response response);
+    void on(const std::string& target, const Response& response);
     /// What happens on every other target.
     void otherwise(Handler handler);
     /// Whole files, kept alive between requests: name under `prefix` to content.
@@ -214,4 +214,4 @@ private:
     std::thread acceptor_;
 };
 
-}  // namespace kivtest
+}  // namespace TestSupport

@@ -10,7 +10,7 @@
 #include "support/patience.h"
 #include "support/server_scripts.h"
 
-using namespace kivtest;
+using namespace TestSupport;
 
 namespace {
 

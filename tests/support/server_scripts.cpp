@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-namespace kivtest {
+namespace TestSupport {
 
 namespace {
 
@@ -37,7 +37,7 @@ constexpr std::string_view interimResponse = "HTTP/1.1 100 Continue\r\n\r\n";
 
 }  // namespace
 
-Handler answer(Response response) {
+Handler answer(const Response& response) {
     const bool closes = response.closesConnection();
     return closes ? answerBytesAndClose(response.bytes()) : answerBytes(response.bytes());
 }
@@ -115,7 +115,7 @@ Handler sendEndlessBody() {
     return sendEndless("HTTP/1.1 200 OK\r\n\r\n", std::string(std::size_t{1} << 16, 'x'));
 }
 
-Handler answerAfterInterim(int count, Response response) {
+Handler answerAfterInterim(int count, const Response& response) {
     return answerBytes(repeated(interimResponse, count) + response.bytes());
 }
 
@@ -149,7 +149,7 @@ Handler answerGarbage() {
     return answerBytesAndClose(std::move(bytes));
 }
 
-Handler answerAndClose(Response response) {
+Handler answerAndClose(const Response& response) {
     return answerBytesAndClose(response.bytes());
 }
 
@@ -167,4 +167,4 @@ Handler behindGate(Gate& gate, Handler handler) {
     };
 }
 
-}  // namespace kivtest
+}  // namespace TestSupport

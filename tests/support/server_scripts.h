@@ -10,10 +10,10 @@
 
 #include "support/scripted_server.h"
 
-namespace kivtest {
+namespace TestSupport {
 
 /// The response, whole. The connection stays, unless the response says otherwise.
-Handler answer(Response response);
+Handler answer(const Response& response);
 /// These bytes, whatever they are. The connection stays, or is closed behind them.
 Handler answerBytes(std::string bytes);
 Handler answerBytesAndClose(std::string bytes);
@@ -47,7 +47,7 @@ Handler sendEndlessInterimResponses();
 Handler sendEndlessBody();
 
 /// The response, with `count` interim ones (100 Continue) in front of it.
-Handler answerAfterInterim(int count, Response response);
+Handler answerAfterInterim(int count, const Response& response);
 
 /// A 204 with bytes behind its head.
 Handler answerNoContentWithBody(std::string body);
@@ -60,11 +60,11 @@ std::string gzipSample();
 Handler answerGarbage();
 
 /// The response as if the connection were to stay, and the end of the connection.
-Handler answerAndClose(Response response);
+Handler answerAndClose(const Response& response);
 
 /// The first request gets the first handler, the second the second; the last one stays.
 Handler inTurn(std::vector<Handler> handlers);
 /// `handler`, once the gate has opened.
 Handler behindGate(Gate& gate, Handler handler);
 
-}  // namespace kivtest
+}  // namespace TestSupport

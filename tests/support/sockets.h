@@ -10,7 +10,7 @@
 #include <initializer_list>
 #include <optional>
 
-namespace kivtest {
+namespace TestSupport {
 
 /// A socket that doesn't block; closed with its owner.
 class Socket {
@@ -80,4 +80,4 @@ WaitResult waitForSocket(const Socket& socket, Interest interest,
                          std::initializer_list<const WakeSignal*> signals,
                          std::optional<std::chrono::milliseconds> timeout = std::nullopt);
 
-}  // namespace kivtest
+}  // namespace TestSupport

@@ -15,7 +15,7 @@
 
 #include "support/sockets.h"
 
-namespace kivtest {
+namespace TestSupport {
 
 namespace {
 
@@ -171,4 +171,4 @@ WaitResult waitForSocket(const Socket& socket, Interest interest,
     return found == 0 ? WaitResult::TimedOut : WaitResult::Ready;
 }
 
-}  // namespace kivtest
+}  // namespace TestSupport
