@@ -1,0 +1,23 @@
+#include "support/process_state.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "support/sockets.h"
+
+using namespace TestSupport;
+
+TEST(ProcessState, SeesDescriptorsAndThreads) {
+    const ProcessState before = ProcessState::now();
+    {
+        WakeSignal go;
+        std::thread thread([&] { waitForSocket(Socket(), Interest::Read, {&go}); });
+        EXPECT_EQ(ProcessState::now(), (ProcessState{before.descriptors + 2, before.threads + 1}));
+        go.raise();
+        thread.join();
+    }
+    EXPECT_EQ(ProcessState::settledTo(before), before);
+    EXPECT_GT(residentBytes(), 0);
+    EXPECT_GE(peakResidentBytes(), residentBytes());
+}
