@@ -56,6 +56,8 @@ struct ReqTokenGeneralType {};
 struct ReqIDGeneralType;
 struct IP;
 struct ClientSSLConfiguration;
+struct HeaderList;
+class ClientPool;
 
 /// The process-wide context of the library.
 struct NetworkingContext {
@@ -92,7 +94,7 @@ public:
 
 private:
     friend class HttpClientPool;
-    void* list_;
+    HeaderList* list_;
 };
 
 /// What has arrived of a response. Valid during the callback.
@@ -102,10 +104,9 @@ public:
     void getResponseData(Buffer& buffer);
 
 private:
-    friend class HttpClient;
-    Response() = default;
-    ~Response() = default;
-    void* state_ = nullptr;
+    friend class Transfer;
+    explicit Response(evbuffer* piece) : piece_(piece) {}
+    evbuffer* piece_;
 };
 
 /// First argument of each callback; only the fourth word matters to the receiver.
@@ -177,10 +178,10 @@ public:
     void waitForRequestCompletion(ReqIDGeneralType* id);
 
 private:
-    friend class HttpClientPool;
+    friend class ClientPool;
     HttpClient() = default;
     ~HttpClient() = default;
-    void* state_ = nullptr;
+    ClientPool* pool_ = nullptr;
 };
 static_assert(sizeof(HttpClient::Callbacks) == 64);
 static_assert(sizeof(HttpClient) == sizeof(void*));
