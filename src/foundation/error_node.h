@@ -49,6 +49,8 @@ public:
     ErrorChain(ErrorChain&& other) noexcept : head_(std::exchange(other.head_, nullptr)) {}
     ~ErrorChain() { release(); }
 
+    // Handles of one record are left as they are, so one assigned to itself is too.
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
     ErrorChain& operator=(const ErrorChain& other) noexcept {
         if (head_ != other.head_) {
             release();

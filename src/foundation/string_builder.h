@@ -38,7 +38,7 @@ inline char* intToText(std::int64_t value, char* destination, std::int32_t radix
     char digits[65];
     std::int32_t first = 64;
     digits[first] = '\0';
-    const std::uint64_t bits = static_cast<std::uint64_t>(value);
+    const auto bits = static_cast<std::uint64_t>(value);
     std::uint64_t rest = value < 0 ? std::uint64_t{0} - bits : bits;
     const bool usable = radix >= 2 && radix <= 16;
     const std::int32_t last = std::max(64 - (size - 1), 0);

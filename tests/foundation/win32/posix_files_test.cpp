@@ -10,7 +10,6 @@
 
 using TestSupport::createFile;
 using TestSupport::errorOfCreateFile;
-using TestSupport::openDescriptors;
 using TestSupport::TempDirectory;
 
 namespace {
