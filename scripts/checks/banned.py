@@ -61,7 +61,8 @@ RULES = (
     ("libcurl", words(r"\b(?:curl_|CURL)\w*"), EVERYWHERE, ("src/networking/", "tests/networking/"),
      "networking/norvel_networking.h"),
     ("sleeping",
-     calls("sleep", "usleep", "nanosleep", "Sleep", "sleep_for", "sleep_until",
+     # What sleeps takes a time; a method that is called `sleep()` is another thing.
+     calls(r"sleep(?=\s*\(\s*[^\s)])", "usleep", "nanosleep", "Sleep", "sleep_for", "sleep_until",
            r"this_thread\s*::\s*sleep_for", r"this_thread\s*::\s*sleep_until"),
      ("src/", "tests/", "fuzz/"), NO_PLACE, "waiting for a condition"),
     ("printing or ending the process in the library",
