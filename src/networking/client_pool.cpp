@@ -47,8 +47,8 @@ ClientPool::~ClientPool() {
 
 std::string ClientPool::checkTarget(const char* target) const {
     const std::string_view text = target == nullptr ? std::string_view() : target;
-    if (!settings_.server) {
-        return "No server is set";
+    if (settings_.refused || !settings_.server) {
+        return settings_.refused ? "The set-up of the pool has failed" : "No server is set";
     }
     if (text.empty()) {
         return "The request target is empty";

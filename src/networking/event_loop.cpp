@@ -50,7 +50,7 @@ void EventLoop::run() noexcept {
         collectFinished();
         tick();
         if (handOver_.fallAsleep()) {
-            sleep();
+            waitForEvents();
         }
     }
     abandonAll();
@@ -101,7 +101,7 @@ void EventLoop::tick() {
     }
 }
 
-void EventLoop::sleep() {
+void EventLoop::waitForEvents() {
     const TimePoint now = std::chrono::steady_clock::now();
     TimePoint until = now + idleSleep;
     for (const std::int32_t client : running_) {

@@ -41,7 +41,7 @@ private:
     void perform();
     void collectFinished();
     void tick();
-    void sleep();
+    void waitForEvents();
     void end(std::int32_t client, CURLcode result);
     void endAll(CURLcode result);
     void abandonAll();

@@ -29,11 +29,6 @@ char lowered(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
-bool sameName(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char left, char right) { return lowered(left) == lowered(right); });
-}
-
 std::string_view boundedText(const char* text, int length) {
     return {text, length < 0 ? std::strlen(text) : static_cast<std::size_t>(length)};
 }
@@ -49,13 +44,18 @@ void append(CurlList& list, const std::string& line) {
 
 }  // namespace
 
+bool sameWord(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char left, char right) { return lowered(left) == lowered(right); });
+}
+
 bool HeaderList::set(std::string_view name, std::string_view value, bool replace) {
     if (name.empty() || !std::all_of(name.begin(), name.end(), isTokenCharacter) ||
         std::any_of(value.begin(), value.end(), isControlCharacter)) {
         return false;
     }
     if (replace) {
-        std::erase_if(lines, [name](const HeaderLine& line) { return sameName(line.name, name); });
+        std::erase_if(lines, [name](const HeaderLine& line) { return sameWord(line.name, name); });
     }
     lines.push_back({std::string(name), std::string(value)});
     return true;
@@ -63,7 +63,7 @@ bool HeaderList::set(std::string_view name, std::string_view value, bool replace
 
 bool HeaderList::has(std::string_view name) const {
     return std::any_of(lines.begin(), lines.end(),
-                       [name](const HeaderLine& line) { return sameName(line.name, name); });
+                       [name](const HeaderLine& line) { return sameWord(line.name, name); });
 }
 
 CurlList makeCurlList(const HeaderList& headers) {

@@ -12,6 +12,9 @@
 
 namespace Norvel::Networking {
 
+/// Whether two names of headers, or two words in them, are the same: case doesn't matter.
+bool sameWord(std::string_view a, std::string_view b);
+
 struct HeaderLine {
     std::string name;
     std::string value;

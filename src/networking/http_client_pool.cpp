@@ -36,7 +36,8 @@ bool report(Err& error, const char* function, Step step) noexcept {
     return false;
 }
 
-/// The same for a step of the set-up, which needs a usable pool that has had no requests.
+/// The same for a step of the set-up, which needs a usable pool that has had no requests. One that
+/// fails, also by an exception, leaves a pool that refuses requests.
 template <class Step>
 bool setUp(Err& error, const char* function, ClientPool* pool, Step step) noexcept {
     return report(error, function, [&]() -> std::string {
@@ -46,7 +47,11 @@ bool setUp(Err& error, const char* function, ClientPool* pool, Step step) noexce
         if (pool->hasStarted()) {
             return "The pool has had requests already";
         }
-        return step(pool->settings());
+        const bool wasRefused = pool->settings().refused;
+        pool->settings().refused = true;
+        std::string trouble = step(pool->settings());
+        pool->settings().refused = wasRefused || !trouble.empty();
+        return trouble;
     });
 }
 

@@ -35,12 +35,13 @@ static_assert(sizeof(Err) == 16);
 struct evbuffer;
 
 /// Bytes of a response on their way to a stream. Begins as null; a non-null content is the caller's
-/// to free.
+/// to free. Valid during the callback that gave it: the bytes lie in the receive buffer.
 struct NORVEL_API Buffer {
     evbuffer* content = nullptr;
 
     /// Appends the bytes to `stream`. False, with `error` filled, if the stream refused them; an
-    /// exception of the stream becomes such an error.
+    /// exception of the stream becomes such an error. If memory ran out `error` may be empty, but
+    /// the request ends as failed all the same.
     bool saveTo(Err& error, Brelt::PStream* stream) const;
 };
 static_assert(sizeof(Buffer) == sizeof(void*));
@@ -100,7 +101,8 @@ private:
 /// What has arrived of a response. Valid during the callback.
 class NORVEL_API Response {
 public:
-    /// Gives the bytes that are new since the last call.
+    /// Gives the bytes that are new since the last call: a null content if there are none. What
+    /// isn't fetched in a callback is gone after it.
     void getResponseData(Buffer& buffer);
 
 private:
@@ -130,10 +132,11 @@ static_assert(offsetof(ResponseProgress, received) == 16);
 
 /// Why a request failed.
 struct ResponseError {
-    /// The transfer's result code in the low 12 bits, flags of the library's above them.
+    /// The transfer's result code (a CURLcode) in the low 12 bits. Above them: 0x1000 once the
+    /// status has been told, 0x2000 and 0x4000 for what `underlying` is.
     std::uint32_t reason;
-    /// The operating system's error; for a TLS failure the certificate's verification result, if
-    /// any.
+    /// With 0x4000 the result of the certificate's verification, with 0x2000 the status by which a
+    /// proxy refused the tunnel, else the operating system's error, or 0.
     std::uint32_t underlying;
 };
 static_assert(sizeof(ResponseError) == 8);
@@ -152,12 +155,12 @@ public:
         /// 64, the size of this record.
         std::uint64_t size;
         IgnoredCb ignored;
-        /// The status line is there: before the first progress.
+        /// The headers of the final response are there: once, before its first piece.
         StatusCb status;
-        /// A piece has arrived, or, about once a second, none: an abort is seen while a response
-        /// stalls.
+        /// A piece has arrived. Comes about once a second also without one, from the start of the
+        /// request on, so that an abort is seen while a connection or a response stalls.
         ProgressCb progress;
-        /// The request has failed; the last callback for it.
+        /// The request has failed; the last callback for it. None comes after a `cancel`.
         ErrorCb error;
         void* unused1;
         void* unused2;
@@ -168,8 +171,11 @@ public:
     /// Starts a GET for `path`, the request target exactly as it goes on the wire, and returns.
     ///
     /// `flags` is 1, `buffer` and `id` are null. False, with `error` filled, if it wasn't started:
-    /// an empty path, a control character in it, a pool that isn't usable. `path` is copied;
-    /// `token` and what hangs on it belong to the library until the wait for this client returns.
+    /// an empty path, a control character in it, one without a leading slash where it follows the
+    /// host on its way to a proxy, a client that is busy, a pool without a sound set-up. `path` is
+    /// copied; `token` and what hangs on it belong to the library until the wait for this client
+    /// returns. A connection that was used before and closes without an answer is followed by one
+    /// attempt on a new one; nothing else is tried again.
     bool request(Err& error, const char* path, unsigned flags, ReqTokenGeneralType* token,
                  Buffer* buffer, ReqIDGeneralType** id);
 
@@ -190,7 +196,8 @@ static_assert(sizeof(HttpClient) == sizeof(void*));
 ///
 /// The fields are set by the owner before `initialize`: null, 0 and -1. All operations run on one
 /// thread of the owner's. The set-up calls come before the first request, add to `error` what they
-/// refuse and return false then; on a pool whose `initialize` failed each of them does.
+/// refuse and return false then; on a pool whose `initialize` failed each of them does. After a
+/// refused call the pool starts no request: it might go another way than the owner meant.
 class NORVEL_API HttpClientPool {
 public:
     /// The array of clients; element i is client i.
@@ -204,11 +211,15 @@ public:
     bool setMode(Err& error, unsigned mode);
     /// The server of all requests. `host` may carry user information and a bracketed IPv6 address.
     bool setServer(Err& error, const char* host, int port, IP* address);
-    /// Makes the clients use TLS; fails while `configuration` is null.
+    /// Makes the clients use TLS, 1.2 or later, with the server's certificate and name verified;
+    /// fails while the network layer isn't started. Copies `configuration`.
     bool setSSLContext(Err& error, const ClientSSLConfiguration* configuration);
-    /// A null `host` means direct. Its user information goes out as the proxy's credentials.
+    /// A null `host` means direct, whatever the environment says. Its user information goes out as
+    /// the proxy's credentials. An http request goes to the proxy in absolute form, https through a
+    /// tunnel.
     bool setProxyServer(Err& error, const char* host, int port);
-    /// `callbacks` outlives the pool; `userData` comes back in each callback.
+    /// Copies `callbacks`; `userData` comes back in each of them. An exception of a callback ends
+    /// its request as failed.
     bool setCallbacks(Err& error, const HttpClient::Callbacks& callbacks, void* userData);
     /// Copies `headers`; sent with each request. With `append` older ones stay.
     bool setHeaders(Err& error, Headers& headers, bool append);
@@ -228,9 +239,14 @@ public:
     std::uint32_t second;
     void* third;
 
-    /// Starts the layer, or counts one start more. False, with `errorText` filled, if that failed.
+    /// Starts the layer, or counts one start more; any thread may. `name` is free.
+    ///
+    /// On Linux the certificates are those of `SSL_CERT_FILE` and `SSL_CERT_DIR`, where set,
+    /// instead of the system's. False, with `errorText` filled, if the layer can't be started, as
+    /// with such a variable that names nothing that can be read.
     bool initializeDefault(const char* name, Brelt::CharString& errorText);
-    /// Takes back this start if `wasCounted`; the last one stops the layer.
+    /// Takes back this start if `wasCounted`; the last one stops the layer: then no more pools can
+    /// be set up for https. Those that are go on.
     void deinitialize(bool wasCounted);
 };
 static_assert(sizeof(void*) != 8 || sizeof(NetworkingContextInitializerRAII) == 16);

@@ -33,6 +33,7 @@ private:
 };
 
 std::string environmentText(const char* name) {
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing in the library changes the environment.
     const char* value = std::getenv(name);
     return value == nullptr ? "" : value;
 }

@@ -26,6 +26,8 @@ struct PoolSettings {
     HeaderList headers;
     /// `headers` as libcurl wants them; made before the first request.
     CurlList curlHeaders;
+    /// A set-up call was refused: a request might go another way than its owner meant.
+    bool refused = false;
 
     /// What requests are about, up to and without the path.
     std::string origin() const {

@@ -7,6 +7,7 @@
 
 namespace Norvel {
 
+// NOLINTNEXTLINE(readability-identifier-naming): the name is the contract's.
 struct evbuffer {
     const char* bytes = nullptr;
     std::size_t size = 0;

@@ -14,26 +14,16 @@ namespace {
 /// if that closed without an answer.
 constexpr std::int32_t mostAttempts = 2;
 
-bool startsWithName(std::string_view line, std::string_view name) {
-    const auto lowered = [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-    };
-    return line.size() > name.size() && line[name.size()] == ':' &&
-           std::equal(name.begin(), name.end(), line.begin(),
-                      [&](char a, char b) { return a == lowered(b); });
-}
-
 /// True for a coding that libcurl would undo although nobody asked for it.
 bool isUnwantedCoding(std::string_view line) {
-    constexpr std::string_view name = "transfer-encoding";
-    if (!startsWithName(line, name)) {
+    const std::size_t colon = std::min(line.find(':'), line.size());
+    if (!sameWord(line.substr(0, colon), "transfer-encoding")) {
         return false;
     }
-    std::string_view value = line.substr(name.size() + 1);
-    value.remove_prefix(std::min(value.find_first_not_of(" \t"), value.size()));
+    std::string_view value = line.substr(colon);
+    value.remove_prefix(std::min(value.find_first_not_of(": \t"), value.size()));
     value = value.substr(0, value.find_first_of(" \t\r\n"));
-    return !startsWithName(std::string(value) + ":", "chunked") &&
-           !startsWithName(std::string(value) + ":", "identity");
+    return !sameWord(value, "chunked") && !sameWord(value, "identity");
 }
 
 bool isBlank(std::string_view line) {
@@ -154,6 +144,9 @@ bool Transfer::takeBody(const char* bytes, std::size_t size) {
     if (size == 0) {
         return true;
     }
+    if (!statusSeen_) {
+        return fail(CURLE_WEIRD_SERVER_REPLY);
+    }
     const TimePoint now = std::chrono::steady_clock::now();
     received_ += static_cast<std::int64_t>(size);
     stall_.received(now, static_cast<std::int64_t>(size));
@@ -173,11 +166,9 @@ bool Transfer::takeConnection() {
     if (attempts_ > mostAttempts) {
         return fail(CURLE_GOT_NOTHING);
     }
-    if (attempts_ == 1) {
-        staleOsError_ = info(CURLINFO_OS_ERRNO);
-        // Should libcurl try again, then not on another connection that has been lying about.
-        curl_easy_setopt(easy(), CURLOPT_FRESH_CONNECT, 1L);
-    }
+    staleOsError_ = info(CURLINFO_OS_ERRNO);
+    // Should libcurl try again, then not on another connection that has been lying about.
+    curl_easy_setopt(easy(), CURLOPT_FRESH_CONNECT, 1L);
     return true;
 }
 

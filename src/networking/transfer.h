@@ -73,7 +73,7 @@ private:
     std::int32_t headerLines_ = 0;
     /// Connections that the request went out on.
     std::int32_t attempts_ = 0;
-    /// The system's error that was there before; libcurl never clears it.
+    /// The system's error as it was when the connection stood; libcurl never clears it.
     long staleOsError_ = 0;
     /// Why this side ended the request; it holds over libcurl's result.
     CURLcode failure_ = CURLE_OK;

@@ -76,8 +76,11 @@ std::uint32_t Transfer::underlyingError(CURLcode result, std::uint32_t& flags) c
         return static_cast<std::uint32_t>(proxyStatus);
     }
     const long osError = info(CURLINFO_OS_ERRNO);
-    const bool fresh = result == CURLE_COULDNT_CONNECT || osError != staleOsError_;
-    return fresh ? static_cast<std::uint32_t>(osError) : 0U;
+    // The second connection may well have failed as the first did.
+    const bool failedAgain =
+        attempts_ > 1 && (result == CURLE_RECV_ERROR || result == CURLE_SEND_ERROR);
+    const bool fresh = result == CURLE_COULDNT_CONNECT || failedAgain || osError != staleOsError_;
+    return fresh && failure_ == CURLE_OK ? static_cast<std::uint32_t>(osError) : 0U;
 }
 
 }  // namespace Norvel::Networking
