@@ -53,14 +53,6 @@ void describe(CLI::App& app, Options& options) {
     app.set_version_flag("--version", "kivpublish " KIV_VERSION);
 }
 
-/// What a person typed, in the form in which it goes into names.
-std::string withoutOuterSlashes(std::string text) {
-    text.erase(0, std::min(text.find_first_not_of("/\\"), text.size()));
-    text.erase(text.find_last_not_of("/\\") + 1);
-    std::ranges::replace(text, '\\', '/');
-    return text;
-}
-
 void report(const KivHost::PublishResult& result) {
     std::printf("%lld files (%lld with a lossy variant), %lld bytes to fetch\n",
                 static_cast<long long>(result.files), static_cast<long long>(result.variants),
@@ -77,7 +69,7 @@ int run(const Options& options, bool stampGiven) {
     }
     KivHost::PublishRequest request;
     request.directory = KivHost::textToPath(options.directory);
-    request.subPath = withoutOuterSlashes(options.subPath);
+    request.subPath = KivHost::withoutOuterSlashes(options.subPath);
     if (stampGiven) {
         request.stamp = options.stamp;
     }

@@ -33,6 +33,9 @@ void noteStopRequests();
 /// Number of the noted signal, such as 2 for Ctrl-C; 0 while there was none. Any thread may ask.
 std::int32_t stopRequested();
 
+/// Name of the library's file.
+extern const char* const libraryFileName;
+
 /// Loads a shared library for the rest of the process's life; null, with `reason` filled, if that
 /// fails. A bare name is looked for where the system's loader looks.
 void* loadLibrary(const std::filesystem::path& file, std::string& reason);

@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <stdexcept>
@@ -17,9 +18,12 @@
 
 namespace KivHost {
 
+const char* const libraryFileName = "libkivdownloader.so";
+
 namespace {
 
-volatile std::sig_atomic_t notedSignal = 0;
+std::atomic<int> notedSignal{0};
+static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may touch no other");
 
 void noteSignal(int number) {
     notedSignal = number;

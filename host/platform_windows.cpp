@@ -16,6 +16,8 @@
 
 namespace KivHost {
 
+const char* const libraryFileName = "kivdownloader.dll";
+
 namespace {
 
 std::atomic<std::int32_t> notedSignal{0};

@@ -2,6 +2,7 @@
 
 #include "text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
@@ -98,6 +99,20 @@ std::string printable(std::string_view text) {
         text.remove_prefix(sequence.size());
     }
     return result;
+}
+
+std::string withoutLastSlash(std::string text) {
+    if (text.ends_with('/') && !text.ends_with("://")) {
+        text.pop_back();
+    }
+    return text;
+}
+
+std::string withoutOuterSlashes(std::string text) {
+    std::ranges::replace(text, '\\', '/');
+    text.erase(0, std::min(text.find_first_not_of('/'), text.size()));
+    text.erase(text.find_last_not_of('/') + 1);
+    return text;
 }
 
 void printFailure(const char* program, const char* reason) noexcept {

@@ -19,6 +19,12 @@ bool isUtf8(std::string_view text);
 /// as `\xNN`, so that a name from a server can't move the cursor or change colours.
 std::string printable(std::string_view text);
 
+/// `text` without its last "/", if it ends in one; "://" stays whole.
+std::string withoutLastSlash(std::string text);
+
+/// `text` without separators at its ends, and with "/" for each "\\" within.
+std::string withoutOuterSlashes(std::string text);
+
 /// Prints "program: reason" to standard error, made printable.
 void printFailure(const char* program, const char* reason) noexcept;
 
