@@ -1,0 +1,59 @@
+#pragma once
+
+// A program that runs beside the test and never outlives it.
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace TestSupport {
+
+/// A child with stdin from nothing, and both outputs in one file.
+///
+/// It is killed and reaped with this object; if the test process dies, or the thread that started
+/// it, the system kills it.
+class ChildProcess {
+public:
+    /// Starts `command`, whose first word is a path, or a name that is looked up in the system's
+    /// folders for programs and servers. `environment` holds lines of NAME=value that go over the
+    /// test's own; one without "=" takes the variable away. Raises `std::runtime_error` if the
+    /// program isn't there.
+    explicit ChildProcess(std::vector<std::string> command, std::filesystem::path output,
+                          const std::vector<std::string>& environment = {});
+    ChildProcess(const ChildProcess&) = delete;
+    ChildProcess& operator=(const ChildProcess&) = delete;
+    ~ChildProcess();
+
+    int pid() const { return pid_; }
+
+    /// Sends a signal; nothing if it has ended.
+    void signal(int number) const;
+
+    /// Waits for its end, at most so long: the exit code, or 128 and the signal's number; nothing
+    /// if it still runs.
+    std::optional<int> waitFor(std::chrono::milliseconds time);
+
+    /// Waits for its end; kills it and raises `std::runtime_error` after the test's patience.
+    int wait();
+
+    /// Asks it to end, and waits for that.
+    int terminate();
+
+    /// What it has printed so far.
+    std::string output() const;
+
+private:
+    std::vector<std::string> command_;
+    std::filesystem::path output_;
+    int pid_ = -1;
+    int pidDescriptor_ = -1;
+    std::optional<int> exitCode_;
+};
+
+/// Runs a command to its end and gives its output; raises `std::runtime_error`, with the output, if
+/// it fails.
+std::string runCommand(std::vector<std::string> command);
+
+}  // namespace TestSupport

@@ -1,0 +1,196 @@
+// Children on Linux: started through util-linux's setpriv, which ties their life to ours, and
+// watched through a descriptor of their own.
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "support/child_process.h"
+#include "support/patience.h"
+#include "support/temp_directory.h"
+
+namespace TestSupport {
+
+namespace {
+
+std::string joined(const std::vector<std::string>& command) {
+    std::string text;
+    for (const std::string& word : command) {
+        text.append(text.empty() ? "" : " ").append(word);
+    }
+    return text;
+}
+
+std::filesystem::path findProgram(const std::string& name) {
+    if (name.find('/') != std::string::npos) {
+        return name;
+    }
+    for (const char* folder : {"/usr/local/bin", "/usr/bin", "/usr/sbin", "/bin", "/sbin"}) {
+        std::filesystem::path candidate = std::filesystem::path(folder) / name;
+        if (::access(candidate.c_str(), X_OK) == 0) {
+            return candidate;
+        }
+    }
+    throw std::runtime_error("the program " + name +
+                             " isn't installed; scripts/test.sh installs what the tests need");
+}
+
+bool setsSameVariable(std::string_view a, std::string_view b) {
+    return a.substr(0, a.find('=')) == b.substr(0, b.find('='));
+}
+
+std::vector<std::string> mergedEnvironment(const std::vector<std::string>& changes) {
+    std::vector<std::string> merged;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        bool isChanged = false;
+        for (const std::string& change : changes) {
+            isChanged = isChanged || setsSameVariable(change, *entry);
+        }
+        if (!isChanged) {
+            merged.emplace_back(*entry);
+        }
+    }
+    for (const std::string& change : changes) {
+        if (change.find('=') != std::string::npos) {
+            merged.push_back(change);
+        }
+    }
+    return merged;
+}
+
+std::vector<char*> pointersTo(std::vector<std::string>& words) {
+    std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
+    for (std::string& word : words) {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+/// What a child starts with: its three standard files, default signals, none blocked.
+class SpawnSettings {
+public:
+    explicit SpawnSettings(const std::filesystem::path& output) {
+        ::posix_spawn_file_actions_init(&files);
+        ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        ::posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, output.c_str(),
+                                           O_WRONLY | O_CREAT | O_TRUNC | O_APPEND, 0666);
+        ::posix_spawn_file_actions_adddup2(&files, STDOUT_FILENO, STDERR_FILENO);
+        ::posix_spawnattr_init(&attributes);
+        sigset_t signals;
+        ::sigemptyset(&signals);
+        ::posix_spawnattr_setsigmask(&attributes, &signals);
+        ::sigaddset(&signals, SIGPIPE);
+        ::posix_spawnattr_setsigdefault(&attributes, &signals);
+        ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    }
+    SpawnSettings(const SpawnSettings&) = delete;
+    SpawnSettings& operator=(const SpawnSettings&) = delete;
+    ~SpawnSettings() {
+        ::posix_spawn_file_actions_destroy(&files);
+        ::posix_spawnattr_destroy(&attributes);
+    }
+
+    posix_spawn_file_actions_t files{};
+    posix_spawnattr_t attributes{};
+};
+
+int spawn(std::vector<std::string> command, const std::filesystem::path& output,
+          std::vector<std::string> environment) {
+    const SpawnSettings settings(output);
+    int pid = -1;
+    const int failure =
+        ::posix_spawn(&pid, command.front().c_str(), &settings.files, &settings.attributes,
+                      pointersTo(command).data(), pointersTo(environment).data());
+    if (failure != 0) {
+        throw std::system_error(failure, std::generic_category(), "start " + joined(command));
+    }
+    return pid;
+}
+
+int exitCodeOf(const siginfo_t& end) {
+    return end.si_code == CLD_EXITED ? end.si_status : 128 + end.si_status;
+}
+
+}  // namespace
+
+ChildProcess::ChildProcess(std::vector<std::string> command, std::filesystem::path output,
+                           const std::vector<std::string>& environment)
+    : command_(std::move(command)), output_(std::move(output)) {
+    std::vector<std::string> whole{findProgram("setpriv"), "--pdeathsig", "KILL", "--",
+                                   findProgram(command_.at(0))};
+    whole.insert(whole.end(), command_.begin() + 1, command_.end());
+    pid_ = spawn(std::move(whole), output_, mergedEnvironment(environment));
+    // By number: this call of glibc 2.36 can't be linked from C++.
+    pidDescriptor_ = static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0));
+}
+
+ChildProcess::~ChildProcess() {
+    if (!exitCode_) {
+        signal(SIGKILL);
+        ::waitpid(pid_, nullptr, 0);
+    }
+    ::close(pidDescriptor_);
+}
+
+void ChildProcess::signal(int number) const {
+    if (!exitCode_) {
+        ::kill(pid_, number);
+    }
+}
+
+std::optional<int> ChildProcess::waitFor(std::chrono::milliseconds time) {
+    if (!exitCode_) {
+        pollfd end{pidDescriptor_, POLLIN, 0};
+        ::poll(&end, 1, static_cast<int>(time.count()));
+        siginfo_t information{};
+        if (::waitid(P_PID, static_cast<id_t>(pid_), &information, WEXITED | WNOHANG) == 0 &&
+            information.si_pid == pid_) {
+            exitCode_ = exitCodeOf(information);
+        }
+    }
+    return exitCode_;
+}
+
+int ChildProcess::wait() {
+    if (const std::optional<int> code = waitFor(patience)) {
+        return *code;
+    }
+    signal(SIGKILL);
+    throw std::runtime_error(joined(command_) + " doesn't end; it printed: " + output());
+}
+
+int ChildProcess::terminate() {
+    signal(SIGTERM);
+    return wait();
+}
+
+std::string ChildProcess::output() const {
+    std::ifstream stream(output_, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+std::string runCommand(std::vector<std::string> command) {
+    const TempDirectory directory;
+    const std::string text = joined(command);
+    ChildProcess child(std::move(command), directory.path() / "output");
+    if (const int code = child.wait(); code != 0) {
+        throw std::runtime_error(text + " ended with " + std::to_string(code) + ": " +
+                                 child.output());
+    }
+    return child.output();
+}
+
+}  // namespace TestSupport

@@ -1,0 +1,104 @@
+#pragma once
+
+// Real servers and proxies on free ports of loopback, for what only a real one can witness.
+//
+//     Nginx server({.root = files.path()});
+//     Squid proxy("acl far port 1\nhttp_access deny far\n");
+//     ... a run against server.url("/lib") through proxy.address() ...
+//     proxy.stop();
+//     EXPECT_NE(proxy.log().find("GET http://"), std::string::npos);
+//
+// A peer is ready when its constructor returns, and gone with its object. A program that is missing
+// or doesn't start raises `std::runtime_error` with what it printed.
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/certificates.h"
+#include "support/child_process.h"
+#include "support/temp_directory.h"
+
+namespace TestSupport {
+
+/// A port of 127.0.0.1 that nothing listens on: also for peers that aren't there.
+int freePort();
+
+/// What all peers are.
+class Peer {
+public:
+    int port() const { return port_; }
+    /// "127.0.0.1:" and the port.
+    std::string address() const;
+    int pid() const { return process_->pid(); }
+
+    /// Ends it in order. From then on its log is complete.
+    void stop();
+
+    /// One line for each request, in the program's own form.
+    std::string log() const;
+    /// What it printed: errors, mostly.
+    std::string output() const { return process_->output(); }
+
+protected:
+    using Command = std::function<std::vector<std::string>(int port)>;
+
+    Peer();
+    ~Peer() = default;
+
+    /// Starts what `command` gives for a free port, and waits until something listens there; tries
+    /// again with another port if the program ends at once, since others look for ports too.
+    void start(const Command& command);
+
+    /// Writes its settings and gives their path.
+    std::string writeSettings(const std::string& text) const;
+    std::string fileName(std::string_view name) const { return directory_.text(name); }
+
+private:
+    bool becomesReady();
+
+    TempDirectory directory_;
+    std::optional<ChildProcess> process_;
+    int port_ = 0;
+};
+
+struct NginxSettings {
+    /// What it serves.
+    std::filesystem::path root;
+    /// With one it speaks https.
+    std::optional<Certificate> certificate = std::nullopt;
+    bool http2 = false;
+    /// More directives for the `server` block, such as "ssl_protocols TLSv1;".
+    std::string serverLines = {};
+};
+
+/// Its log has lines such as "GET /lib/id.txt HTTP/1.1 200 3", with the connection's number behind
+/// the status.
+class Nginx final : public Peer {
+public:
+    explicit Nginx(NginxSettings settings);
+
+    /// The scheme, "localhost" or the address, the port and `path`.
+    std::string url(std::string_view path = {}, std::string_view host = "127.0.0.1") const;
+
+private:
+    bool isSecure_;
+};
+
+/// `lines` are more settings, such as "BasicAuth user secret".
+class Tinyproxy final : public Peer {
+public:
+    explicit Tinyproxy(const std::string& lines = {});
+};
+
+/// `lines` are more settings and stand first, such as "http_access deny all", which makes it
+/// refuse.
+class Squid final : public Peer {
+public:
+    explicit Squid(const std::string& lines = {});
+};
+
+}  // namespace TestSupport
