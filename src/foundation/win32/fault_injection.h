@@ -13,7 +13,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 namespace Brelt {
 
@@ -59,7 +58,7 @@ struct Fault {
 class FaultInjection {
 public:
     explicit FaultInjection(const Fault& fault);
-    explicit FaultInjection(const std::vector<Fault>& faults);
+    FaultInjection(const Fault& first, const Fault& second);
     FaultInjection(const FaultInjection&) = delete;
     FaultInjection& operator=(const FaultInjection&) = delete;
     ~FaultInjection();

@@ -12,10 +12,16 @@ using Support::RegistryBytes;
 
 namespace {
 
+/// The value of a variable, or null; good until the environment changes.
+const char* environmentValue(const char* name) {
+    // A host that changes its environment while others read it has that race with all libraries.
+    return std::getenv(name);  // NOLINT(concurrency-mt-unsafe)
+}
+
 /// Lower case first. `upper` is null where the name in capitals isn't to be trusted.
 std::string variable(const char* lower, const char* upper) {
     for (const char* const name : {lower, upper}) {
-        const char* const value = name == nullptr ? nullptr : std::getenv(name);
+        const char* const value = name == nullptr ? nullptr : environmentValue(name);
         if (value != nullptr && *value != '\0') {
             return value;
         }
@@ -140,7 +146,7 @@ std::u16string expanded(const std::u16string& source) {
         }
         const std::string name =
             Support::narrowed(source.substr(start + 1, end - start - 1).c_str());
-        const char* const value = std::getenv(name.c_str());
+        const char* const value = environmentValue(name.c_str());
         result.append(source, position, (value == nullptr ? end : start) - position);
         result.append(value == nullptr ? std::u16string() : Support::widened(value));
         position = value == nullptr ? end : end + 1;

@@ -2,6 +2,8 @@
 // fails.
 
 #include <mutex>
+#include <utility>
+#include <vector>
 
 #include "foundation/win32/posix_support.h"
 
@@ -30,6 +32,14 @@ bool isDue(const ArmedFault& armed) {
     return armed.callCount == strikeAt || (armed.fault.strikesOn && armed.callCount > strikeAt);
 }
 
+void arm(std::vector<ArmedFault> faults) {
+    Armoury& state = armoury();
+    const std::lock_guard lock(state.mutex);
+    state.faults = std::move(faults);
+    state.hasStruck = false;
+    PosixSupport::faultsAreArmed.store(true);
+}
+
 }  // namespace
 
 namespace PosixSupport {
@@ -55,17 +65,12 @@ std::optional<Fault> takeFault(StandInCall call) {
 
 }  // namespace PosixSupport
 
-FaultInjection::FaultInjection(const Fault& fault) : FaultInjection(std::vector<Fault>{fault}) {}
+FaultInjection::FaultInjection(const Fault& fault) {
+    arm({{fault}});
+}
 
-FaultInjection::FaultInjection(const std::vector<Fault>& faults) {
-    Armoury& state = armoury();
-    const std::lock_guard lock(state.mutex);
-    state.faults.clear();
-    for (const Fault& fault : faults) {
-        state.faults.push_back({fault});
-    }
-    state.hasStruck = false;
-    PosixSupport::faultsAreArmed.store(true);
+FaultInjection::FaultInjection(const Fault& first, const Fault& second) {
+    arm({{first}, {second}});
 }
 
 FaultInjection::~FaultInjection() {

@@ -16,7 +16,7 @@ using Support::RegistryBytes;
 namespace {
 
 constexpr const char* settingsKey =
-    "software\\microsoft\\windows\\currentversion\\internet settings";
+    R"(software\microsoft\windows\currentversion\internet settings)";
 
 char settingsMark;
 std::atomic<std::int32_t> openKeys{0};

@@ -15,6 +15,9 @@
 
 #include <cstdint>
 
+// The names, and what an alias of a pointer is const for, are those of Windows.
+// NOLINTBEGIN(readability-identifier-naming, misc-misplaced-const)
+
 using BOOL = int;
 using BYTE = std::uint8_t;
 using DWORD = std::uint32_t;
@@ -153,5 +156,7 @@ LSTATUS RegQueryValueExW(HKEY key, LPCWSTR name, LPDWORD reserved, LPDWORD type,
                          LPDWORD size);
 LSTATUS RegCloseKey(HKEY key);
 DWORD ExpandEnvironmentStringsW(LPCWSTR source, LPWSTR destination, DWORD size);
+
+// NOLINTEND(readability-identifier-naming, misc-misplaced-const)
 
 #endif

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstring>
+#include <ostream>
 #include <thread>
 
 #include "foundation/error_chain.h"
@@ -18,6 +20,10 @@ struct Row {
     DWORD code;
     const char* text;
 };
+
+void PrintTo(const Row& row, std::ostream* out) {
+    *out << "errno " << row.number;
+}
 
 class PosixErrorTable : public testing::TestWithParam<Row> {};
 

@@ -72,10 +72,9 @@ TEST(FaultInjection, ATransferCanEndEarlyWithAndWithoutAnError) {
 }
 
 TEST(FaultInjection, SeveralFaultsCountTheirOwnCalls) {
-    const FaultInjection faults({
+    const FaultInjection faults(
         {.calls = Brelt::getFileAttributesCall, .strikeAt = 2, .code = 5},
-        {.calls = Brelt::createDirectoryCall, .code = 19, .strikesOn = true},
-    });
+        {.calls = Brelt::createDirectoryCall, .code = 19, .strikesOn = true});
     const TempDirectory directory;
     const std::u16string name = TestSupport::wide(directory.text());
     EXPECT_EQ(GetFileAttributesW(name.c_str()), FILE_ATTRIBUTE_DIRECTORY);

@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
+
 #include "posix_test_support.h"
 
 using TestSupport::createFile;
@@ -160,6 +162,27 @@ TEST(PosixFiles, AFullDiskIsToldAsSuch) {
     EXPECT_EQ(GetLastError(), ERROR_DISK_FULL);
     EXPECT_EQ(written, 0U);
     CloseHandle(file);
+}
+
+TEST(PosixFiles, AShortWriteIsGoneOnWithUntilTheSystemSaysWhy) {
+    const TempDirectory directory;
+    const HANDLE file = createFile(directory.text("file"), CREATE_ALWAYS);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    rlimit fiveBytes = before;
+    fiveBytes.rlim_cur = 5;
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &fiveBytes), 0);
+    DWORD written = 0;
+    const BOOL done = WriteFile(file, "0123456789", 10, &written, nullptr);
+    const DWORD code = GetLastError();
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_FALSE(done);
+    EXPECT_EQ(code, ERROR_FILE_TOO_LARGE);
+    EXPECT_EQ(written, 5U);
+    CloseHandle(file);
+    EXPECT_EQ(directory.read("file"), "01234");
 }
 
 TEST(PosixSetFilePointer, MovesAsToldAndRefusesWhatWindowsRefuses) {
