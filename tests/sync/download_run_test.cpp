@@ -1,0 +1,176 @@
+// Whole runs against a server: what the host is told in which order, and what lies on disk.
+
+#include "support/downloader_fixture.h"
+
+using namespace TestSupport;
+
+namespace {
+
+class DownloadRun : public DownloadingTest {
+protected:
+    Lines opening() const {
+        return {"logDebug Remote address: \"" + server.url("/lib") + "\"",
+                "logDebug Target directory: \"" + target.text() + "\"",
+                "logInfo Creating download directory"};
+    }
+
+    /// A stage from its first line to its end, with what comes within.
+    static void addStage(Lines& lines, const std::string& text, const Lines& within = {}) {
+        lines.insert(lines.end(), {"setProgressText " + text, "setProgressRange 1000",
+                                   "setProgress 0", "progressBegin"});
+        lines.insert(lines.end(), within.begin(), within.end());
+        lines.emplace_back("progressEnd");
+    }
+
+    Lines upToStamp() const {
+        Lines lines = opening();
+        lines.emplace_back("logDebug HTTP proxy disabled. Using direct connection.");
+        lines.emplace_back("logInfo Downloading remote stamp file");
+        addStage(lines, "Accessing stamp");
+        lines.push_back("logInfo Opening local stamp file \"" + target.text() + "/id.txt\"");
+        return lines;
+    }
+};
+
+TEST_F(DownloadRun, CompleteRunTellsItsStepsInOrder) {
+    serve(R"([{"path":"a.tx","size":3},{"path":"b/c.tx","size":9,"jpegSize":5}])",
+          {{"a.tx", "abc"}, {"b/c.jpeg.tx", "lossy"}});
+    target.write("id.txt", "6");
+    EXPECT_EQ(download(), 0);
+    Lines expected = upToStamp();
+    expected.emplace_back("logInfo Local and remote stamp files are different.");
+    addStage(expected, "Getting file list");
+    expected.insert(
+        expected.end(),
+        {"setProgressText Downloading files", "setProgress 0",
+         "setProgressText Downloading files (0MB / 0MB)", "setProgressRange 1000", "setProgress 0",
+         "progressBegin", "logInfo Downloading file \"a.tx\" (3 bytes)",
+         "logInfo Downloading file \"b/c.jpeg.tx\" (5 bytes)", "progressEnd"});
+    EXPECT_EQ(sink.steps(), expected);
+    EXPECT_EQ(sink.of("setProgress").back(), "1000");
+    EXPECT_EQ(target.read("a.tx"), "abc");
+    EXPECT_EQ(target.read("b/c.tx"), "lossy");
+    EXPECT_EQ(localStamp(), "7");
+}
+
+TEST_F(DownloadRun, SecondRunFindsEqualStampsAndFetchesNothingElse) {
+    serve("[]");
+    EXPECT_EQ(checkForUpdate(), 1);
+    EXPECT_FALSE(target.exists("id.txt"));
+    EXPECT_EQ(download(), 0);
+    EXPECT_EQ(checkForUpdate(), 0);
+    sink.clear();
+    EXPECT_EQ(download(), 0);
+    Lines expected = opening();
+    expected.emplace_back("logInfo Downloading remote stamp file");
+    addStage(expected, "Accessing stamp");
+    expected.push_back("logInfo Opening local stamp file \"" + target.text() + "/id.txt\"");
+    expected.emplace_back("logInfo Local and remote stamp files match. Nothing to do.");
+    EXPECT_EQ(sink.steps(), expected);
+    EXPECT_EQ(server.requestCount("/lib/filelist.json"), 1);
+}
+
+TEST_F(DownloadRun, MissingLocalStampIsToldAndIsNoError) {
+    serve("[]");
+    EXPECT_EQ(download(), 0);
+    const Lines infos = sink.of("logInfo");
+    EXPECT_EQ(infos.back().find("Opening local stamp file failed: [PFileStream::Open] 2: (2) "), 0U)
+        << infos.back();
+}
+
+TEST_F(DownloadRun, CheckCreatesNothing) {
+    serve("[]");
+    params.targetDirectory = target.text("not/there").c_str();
+    EXPECT_EQ(checkForUpdate(), 1);
+    EXPECT_FALSE(target.exists("not"));
+}
+
+TEST_F(DownloadRun, FinishedFilesAreSavedWhileOthersAreFed) {
+    std::string list = "[";
+    std::map<std::string, std::string> files;
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = "dir " + std::to_string(i % 3) + "/\xC3\xA9" + std::to_string(i);
+        list += (i == 0 ? "" : ",") + std::string("{\"path\":\"") + name + "\"}";
+        files[name] = std::string(static_cast<std::size_t>(i) * 1000, 'f');
+    }
+    serve(list + "]", files);
+    EXPECT_EQ(download(), 0);
+    EXPECT_GE(sink.of("logInfo").size(), 40U + 35U);
+    for (int i = 0; i < 40; ++i) {
+        const std::string name = "dir " + std::to_string(i % 3) + "/\xC3\xA9" + std::to_string(i);
+        EXPECT_EQ(target.read(name).size(), static_cast<std::size_t>(i) * 1000);
+    }
+    // The size is unknown, so no figures are shown.
+    EXPECT_EQ(sink.of("setProgress"), (Lines{"0", "0", "0"}));
+}
+
+TEST_F(DownloadRun, FiveRequestsRunAtOnce) {
+    serve(R"([{"path":"1"},{"path":"2"},{"path":"3"},{"path":"4"},{"path":"5"}])");
+    Gate& gate = server.makeGate(5);
+    for (const char* name : {"/lib/1", "/lib/2", "/lib/3", "/lib/4", "/lib/5"}) {
+        server.on(name, behindGate(gate, answer(ok(name))));
+    }
+    EXPECT_EQ(download(), 0);
+    EXPECT_EQ(target.read("5"), "/lib/5");
+}
+
+TEST_F(DownloadRun, ResponseOfAnotherSizeThanListedIsSavedAsItCame) {
+    serve(R"([{"path":"more","size":2},{"path":"none","size":50}])",
+          {{"more", std::string(2'500'000, 'm')}, {"none", ""}});
+    EXPECT_EQ(download(), 0);
+    EXPECT_EQ(target.read("more").size(), 2'500'000U);
+    EXPECT_EQ(target.read("none"), "");
+    EXPECT_GT(std::stoll(sink.of("setProgress").back()), 1000);
+}
+
+TEST_F(DownloadRun, MegabytesAreShownAsTheyChange) {
+    serve(R"([{"path":"f","size":2500000}])", {{"f", std::string(2'500'000, 'm')}});
+    EXPECT_EQ(download(), 0);
+    Lines texts = sink.of("setProgressText");
+    texts.erase(texts.begin(), texts.begin() + 3);
+    EXPECT_EQ(texts, (Lines{"Downloading files (0MB / 2MB)", "Downloading files (1MB / 2MB)",
+                            "Downloading files (2MB / 2MB)"}));
+}
+
+TEST_F(DownloadRun, HostileSizesSaturate) {
+    serve(R"([{"path":"a","size":9223372036854775807},{"path":"b","size":9223372036854775807},
+              {"path":"c","size":-9223372036854775808}])",
+          {{"a", "a"}, {"b", "b"}, {"c", "c"}});
+    EXPECT_EQ(download(), 0);
+    serve(R"([{"path":"a","size":1}])", {{"a", std::string(3'000'000, 'a')}});
+    server.on("/lib/id.txt", ok("8"));
+    EXPECT_EQ(download(), 0);
+    EXPECT_EQ(sink.of("setProgress").back(), "2147483647");
+}
+
+TEST_F(DownloadRun, SubPathMovesTheStampAndTheListButNoFile) {
+    params.subPath = "be ta";
+    server.serve("/lib", {{"be ta/id.txt", "7"}, {"a", "A"}, {"be ta/b", "B"}});
+    server.on("/be ta/lib/filelist.json", ok(R"([{"path":"a"},{"path":"be ta/b"}])"));
+    EXPECT_EQ(download(), 0);
+    EXPECT_EQ(server.targets().at(1), "/be ta/lib/filelist.json");
+    EXPECT_EQ(target.read("be ta/id.txt"), "7");
+    EXPECT_EQ(target.read("a"), "A");
+}
+
+TEST_F(DownloadRun, ChangedDirectoryTakesEffectAndChangedUrlDoesNot) {
+    serve("[]");
+    EXPECT_EQ(download(), 0);
+    params.targetDirectory = target.text("other").c_str();
+    params.url = "ftp://nowhere.invalid/x";
+    params.proxyMode = ProxyModeAddress;
+    params.proxyAddress = "127.0.0.1:1";
+    EXPECT_EQ(download(), 0);
+    EXPECT_EQ(target.read("other/id.txt"), "7");
+}
+
+TEST_F(DownloadRun, OnlyOneHeaderIsSent) {
+    serve("[]");
+    EXPECT_EQ(download(), 0);
+    EXPECT_EQ(server.requests().at(0).head,
+              "GET /lib/id.txt HTTP/1.1\r\nHost: " + server.address() +
+                  "\r\nUser-Agent: kivdownloader\r\n\r\n");
+    EXPECT_EQ(server.connections(), 1);
+}
+
+}  // namespace
