@@ -50,11 +50,10 @@ restore_services() {
 }
 disable_at_boot() {
     local package
-    command -v systemctl >/dev/null || return 0
     for package in "$@"; do
         case "$package" in
-            nginx-light) as_root systemctl --quiet disable nginx.service || true ;;
-            squid) as_root systemctl --quiet disable squid.service || true ;;
+            nginx-light) as_root update-rc.d nginx disable || true ;;
+            squid) as_root update-rc.d squid disable || true ;;
         esac
     done
 }
