@@ -1,5 +1,7 @@
 // Which proxy serves the download server, if any. Every doubt ends in a direct connection.
 
+#include "foundation/wildcard.h"
+#include "http/system_proxy_settings.h"
 #include "http/url_parsing.h"
 #include "interface/downloader_impl.h"
 
@@ -7,8 +9,32 @@ namespace {
 
 constexpr std::int32_t defaultProxyPort = 80;
 
+bool isBypassed(const SystemProxySettings& settings, const char* addr) {
+    for (std::int32_t i = 0; i < settings.bypassList.count; ++i) {
+        if (Brelt::wildcardMatch(settings.bypassList.data[i].cstr(), addr, 0) != 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The proxy that the user's system names for `addr`; empty for none.
+Brelt::CharString systemProxyFor(const char* addr, MessageSink& sink) {
+    SystemProxySettings settings;
+    if (getSystemProxySettings(settings, false) || settings.enabled == 0) {
+        return {};
+    }
+    if (isBypassed(settings, addr)) {
+        sink.logDebug("HTTP bypassed, using direct connection.");
+        return {};
+    }
+    sink.logDebug("System HTTP proxy address: \"%s\"", settings.httpProxy.cstr());
+    return settings.httpProxy;
+}
+
 /// The proxy's address by the host's choice; empty for none.
-Brelt::CharString chosenProxyFor(const DownloaderParams& params, MessageSink& sink) {
+Brelt::CharString chosenProxyFor(const char* addr, const DownloaderParams& params,
+                                 MessageSink& sink) {
     if (params.proxyMode == ProxyModeAddress && !params.proxyAddress.isEmpty()) {
         sink.logDebug("HTTP proxy address: \"%s\"", params.proxyAddress.cstr());
         return params.proxyAddress;
@@ -18,7 +44,7 @@ Brelt::CharString chosenProxyFor(const DownloaderParams& params, MessageSink& si
         return {};
     }
     sink.logDebug("Using system proxy settings.");
-    return {};
+    return systemProxyFor(addr, sink);
 }
 
 /// Why an address that was cut into these pieces can't be a proxy's; null if it can.
@@ -35,11 +61,11 @@ const char* refusalOf(AddressingScheme scheme, const Brelt::CharString& path) {
 
 }  // namespace
 
-void DownloaderImpl::getHttpProxyForAddr(const char* /*addr*/, Brelt::CharString& proxyHost,
+void DownloaderImpl::getHttpProxyForAddr(const char* addr, Brelt::CharString& proxyHost,
                                          std::int32_t& proxyPort) {
     proxyPort = defaultProxyPort;
     proxyHost.clear();
-    const Brelt::CharString address = chosenProxyFor(*params, *sink);
+    const Brelt::CharString address = chosenProxyFor(addr, *params, *sink);
     if (address.isEmpty()) {
         return;
     }
