@@ -55,7 +55,7 @@ void ConsoleSink::setProgressText(const char* text) {
 std::int32_t ConsoleSink::getAbortCode() {
     const std::int32_t code = stopRequested();
     if (code != 0 && !stopAnnounced_.exchange(true)) {
-        say("Stopping. A second time ends it at once.");
+        say("Stopping; Ctrl-C once more ends it at once.");
     }
     return code;
 }
@@ -155,7 +155,7 @@ void ConsoleSink::explain(const std::vector<std::string>& lines) {
 
 void ConsoleSink::printLine(std::FILE* stream, std::string_view line) {
     eraseProgress();
-    std::fprintf(stream, "%s\n", printable(line).c_str());
+    std::fprintf(stream, "%s\n", printable(withoutLineEnd(line)).c_str());
     if (drawsProgress_) {
         std::fflush(stream);
         drawProgress();

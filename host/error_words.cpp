@@ -159,11 +159,6 @@ std::string withStatusWords(std::string_view message) {
     return std::string(message) + (words.empty() ? "" : ": " + std::string(words));
 }
 
-/// Texts of the system bring a line end along.
-std::string_view withoutLineEnd(std::string_view text) {
-    return text.substr(0, text.find_last_not_of("\r\n ") + 1);
-}
-
 }  // namespace
 
 std::string_view transferWords(std::uint32_t reason) {

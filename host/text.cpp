@@ -101,6 +101,10 @@ std::string printable(std::string_view text) {
     return result;
 }
 
+std::string_view withoutLineEnd(std::string_view text) {
+    return text.substr(0, text.find_last_not_of("\r\n ") + 1);
+}
+
 std::string withoutLastSlash(std::string text) {
     if (text.ends_with('/') && !text.ends_with("://")) {
         text.pop_back();

@@ -19,6 +19,9 @@ bool isUtf8(std::string_view text);
 /// as `\xNN`, so that a name from a server can't move the cursor or change colours.
 std::string printable(std::string_view text);
 
+/// `text` without line ends and blanks at its end, which texts of the system bring along.
+std::string_view withoutLineEnd(std::string_view text);
+
 /// `text` without its last "/", if it ends in one; "://" stays whole.
 std::string withoutLastSlash(std::string text);
 

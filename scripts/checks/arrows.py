@@ -30,7 +30,7 @@ LIBRARIES = (
      ("src/foundation/win32/", "src/networking/", "host/platform_posix.cpp",
       "tests/", "bench/", "fuzz/")),
     (r"CLI/", ("host/",)),
-    (r"httplib\.h$", ("host/", "tests/", "bench/")),
+    (r"httplib\.h$", ("demo/", "tests/", "bench/")),
     (r"gtest/|gmock/", ("tests/",)),
     (r"benchmark/", ("bench/",)),
 )

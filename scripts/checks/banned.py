@@ -10,7 +10,7 @@ EVERYWHERE = tuple(f"{folder}/" for folder in source_tree.FOLDERS)
 SEAM = ("src/foundation/win32/", "tests/foundation/win32/")
 PLATFORM_SEAMS = SEAM + ("src/foundation/text_tools.h", "src/networking/", "tests/networking/",
                          "src/interface/downloader_interface.h", "host/platform_")
-PROGRAMS = ("host/", "tests/", "bench/", "fuzz/")
+PROGRAMS = ("host/", "demo/", "tests/", "bench/", "fuzz/")
 
 _KEYWORDS = {"return", "co_return", "co_await", "else", "case", "throw", "and", "or", "not", "do"}
 

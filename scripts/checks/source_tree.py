@@ -6,7 +6,7 @@ import pathlib
 import re
 import sys
 
-FOLDERS = ("src", "host", "tests", "bench", "fuzz")
+FOLDERS = ("src", "host", "demo", "tests", "bench", "fuzz")
 
 _TOKEN = re.compile(
     r"""(?P<comment>//(?:\\\n|[^\n])*|/\*.*?\*/)
