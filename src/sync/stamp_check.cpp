@@ -5,34 +5,14 @@
 #include <cstring>
 
 #include "foundation/pfile_stream.h"
-#include "http/http_getter.h"
 #include "interface/downloader_impl.h"
+#include "sync/single_fetch.h"
 
 namespace {
 
 constexpr std::uint32_t genericRead = 0x80000000;
 constexpr std::uint32_t shareRead = 1;
 constexpr std::uint32_t existingFileOnly = 0;
-
-std::int32_t fail(MessageSink& sink, Brelt::ErrorChain error, const char* text) {
-    error.push("DownloaderImpl::readRemoteIdFile", -1, "%s", text);
-    sink.reportError(error);
-    return -1;
-}
-
-/// Starts the one request of this step.
-Brelt::ErrorChain requestStamp(DownloaderImpl& downloader, Brelt::PStream* stream) {
-    HttpGetter& getter = *downloader.httpGetter;
-    Brelt::ErrorChain error;
-    std::int32_t client = -1;
-    std::int32_t hadResult = 0;
-    HttpDldDone earlier;
-    getter.waitAvailable(error, client, hadResult, earlier);
-    if (!error) {
-        getter.request(error, client, downloader.getStampPath(1).cstr(), stream, 0);
-    }
-    return error;
-}
 
 /// 0 if the local stamp equals the remote one, else 1. Tells the sink which.
 std::int32_t compareWithLocalStamp(DownloaderImpl& downloader, Brelt::PStream* remote) {
@@ -93,21 +73,15 @@ std::int32_t compareStreams(Brelt::ErrorChain& error, Brelt::PStream* first,
 }
 
 std::int32_t DownloaderImpl::readRemoteIdFile(Brelt::PStream* stream) {
+    constexpr SingleFetch words = {"DownloaderImpl::readRemoteIdFile", "Accessing stamp",
+                                   "Could not download remote stamp file (request failed).",
+                                   "Could not download remote stamp file"};
     sink->logInfo("Downloading remote stamp file");
-    httpGetter->beginStage("Accessing stamp", 0);
-    const RequestDrain drain(*httpGetter);
-    if (const auto error = requestStamp(*this, stream); error) {
-        return fail(*sink, error, "Could not download remote stamp file (request failed).");
-    }
-    HttpDldDone done;
-    httpGetter->waitCompletion(done);
-    sink->progressEnd();
-    done.expectStatus();
-    if (!done.isSuccess()) {
-        return fail(*sink, done.error, "Could not download remote stamp file");
+    if (fetchSingle(*this, words, getStampPath(1).cstr(), stream) != 0) {
+        return -1;
     }
     if (stream->Size() < 1) {
-        return fail(*sink, {}, "Remote stamp file is empty");
+        return failStep(*this, words.function, {}, "Remote stamp file is empty");
     }
     return compareWithLocalStamp(*this, stream);
 }
