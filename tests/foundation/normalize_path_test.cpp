@@ -17,8 +17,8 @@ struct Row {
     const char* result;
 };
 
-void PrintTo(const Row& row, std::ostream* out) {
-    *out << row.text << " -> " << row.result;
+std::ostream& operator<<(std::ostream& out, const Row& row) {
+    return out << row.text << " -> " << row.result;
 }
 
 class NormalizePathTable : public testing::TestWithParam<Row> {};

@@ -86,6 +86,7 @@ TEST(CreatePath, SeveralThreadsMayMakeTheSamePath) {
     const std::string path = directory.text() + "/a/b/c/d/e/f";
     std::vector<Brelt::ErrorChain> errors(4);
     std::vector<std::thread> threads;
+    threads.reserve(errors.size());
     for (Brelt::ErrorChain& error : errors) {
         threads.emplace_back([&] { error = Brelt::createPath(path.c_str()); });
     }

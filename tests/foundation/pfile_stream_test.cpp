@@ -59,8 +59,8 @@ struct ModeRow {
     const char* createExisting;
 };
 
-void PrintTo(const ModeRow& row, std::ostream* out) {
-    *out << "mode " << row.mode;
+std::ostream& operator<<(std::ostream& out, const ModeRow& row) {
+    return out << "mode " << row.mode;
 }
 
 class PFileStreamModes : public testing::TestWithParam<ModeRow> {

@@ -21,8 +21,8 @@ struct Row {
     const char* text;
 };
 
-void PrintTo(const Row& row, std::ostream* out) {
-    *out << "errno " << row.number;
+std::ostream& operator<<(std::ostream& out, const Row& row) {
+    return out << "errno " << row.number;
 }
 
 class PosixErrorTable : public testing::TestWithParam<Row> {};
