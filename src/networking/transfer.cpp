@@ -113,6 +113,9 @@ std::size_t Transfer::headerCb(char* bytes, std::size_t size, std::size_t count,
 }
 
 bool Transfer::takeHeader(std::string_view line) {
+    if (hasEnded()) {
+        return false;
+    }
     headerBytes_ += static_cast<std::int64_t>(line.size());
     ++headerLines_;
     if (headerBytes_ > settings_.limits.headerBytes ||
@@ -141,8 +144,8 @@ std::size_t Transfer::bodyCb(char* bytes, std::size_t size, std::size_t count,
 }
 
 bool Transfer::takeBody(const char* bytes, std::size_t size) {
-    if (size == 0) {
-        return true;
+    if (size == 0 || hasEnded()) {
+        return !hasEnded();
     }
     if (!statusSeen_) {
         return fail(CURLE_WEIRD_SERVER_REPLY);

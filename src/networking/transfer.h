@@ -61,6 +61,8 @@ private:
     void tellError(CURLcode result);
     std::uint32_t underlyingError(CURLcode result, std::uint32_t& flags) const;
     bool fail(CURLcode reason);
+    /// Nothing more is told of what libcurl may still bring.
+    bool hasEnded() const { return cancelled_ || failure_ != CURLE_OK; }
     long info(CURLINFO what) const;
 
     PoolSettings& settings_;

@@ -16,8 +16,19 @@ enum ReasonFlag : std::uint32_t {
     UnderlyingIsCertificateResult = 0x4000,
 };
 
-bool isTlsFailure(CURLcode result) {
-    return result == CURLE_SSL_CONNECT_ERROR || result == CURLE_PEER_FAILED_VERIFICATION;
+/// OpenSSL's numbers, which libcurl hands on.
+constexpr long notVerified = 1;
+constexpr long nameMismatch = 62;
+
+/// Why the server's certificate was refused, or 0. libcurl compares the name itself, before it has
+/// asked for OpenSSL's verdict on a certificate that was trusted.
+long certificateVerdict(CURLcode result, long verified) {
+    if (result == CURLE_PEER_FAILED_VERIFICATION && verified == notVerified) {
+        return nameMismatch;
+    }
+    const bool verdict = verified != notVerified && (result == CURLE_SSL_CONNECT_ERROR ||
+                                                     result == CURLE_PEER_FAILED_VERIFICATION);
+    return verdict ? verified : 0;
 }
 
 }  // namespace
@@ -65,10 +76,10 @@ void Transfer::tellError(CURLcode result) {
 
 /// The number that says most about this failure.
 std::uint32_t Transfer::underlyingError(CURLcode result, std::uint32_t& flags) const {
-    const long certificate = info(CURLINFO_SSL_VERIFYRESULT);
-    if (isTlsFailure(result) && certificate != 0) {
+    const long verdict = certificateVerdict(result, info(CURLINFO_SSL_VERIFYRESULT));
+    if (verdict != 0) {
         flags |= UnderlyingIsCertificateResult;
-        return static_cast<std::uint32_t>(certificate);
+        return static_cast<std::uint32_t>(verdict);
     }
     const long proxyStatus = info(CURLINFO_HTTP_CONNECTCODE);
     if (attempts_ == 0 && proxyStatus >= 300) {
