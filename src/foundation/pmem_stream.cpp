@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <memory>
 
 namespace Brelt {
@@ -22,6 +23,12 @@ void freeBlocks(MemBlock* block) {
         block = dying->next;
         delete[] dying->bytes;
     }
+}
+
+/// `place` is not negative, so the sum leaves its type at the upper end only.
+std::int64_t addUpToHighest(std::int64_t place, std::int64_t offset) {
+    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
+    return offset > highest - place ? highest : place + offset;
 }
 
 }  // namespace
@@ -125,11 +132,11 @@ ErrorChain PMemStream::Seek(std::int64_t target) {
 }
 
 ErrorChain PMemStream::SeekOff(std::int64_t offset) {
-    return Seek(position + offset);
+    return Seek(addUpToHighest(position, offset));
 }
 
 ErrorChain PMemStream::SeekEnd(std::int64_t offset) {
-    return Seek(size + offset);
+    return Seek(addUpToHighest(size, offset));
 }
 
 ErrorChain PMemStream::Reset(std::int32_t freeBlocks) {

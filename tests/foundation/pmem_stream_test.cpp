@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+#include <limits>
 #include <string>
 
 namespace Brelt {
@@ -84,6 +86,30 @@ TEST(PMemStream, SeekOutsideLeavesThePosition) {
     EXPECT_EQ(stream.Tell(), 3);
     EXPECT_FALSE(stream.SeekEnd(0));
     EXPECT_EQ(stream.IsEof(), 1);
+}
+
+TEST(PMemStream, SeekByAnOffsetThatLeavesTheTypeFails) {
+    constexpr std::int64_t highest = std::numeric_limits<std::int64_t>::max();
+    PMemStream stream(4);
+    write(stream, "abcdef");
+    EXPECT_TRUE(stream.SeekOff(highest));
+    EXPECT_TRUE(stream.SeekEnd(highest));
+    EXPECT_TRUE(stream.SeekEnd(std::numeric_limits<std::int64_t>::min()));
+    EXPECT_EQ(stream.Tell(), 6);
+}
+
+TEST(PMemStream, FieldsLieInTheirOrder) {
+    const PMemStream stream(4);
+    const auto offsetOf = [&stream](const void* field) {
+        return static_cast<const char*>(field) - reinterpret_cast<const char*>(&stream);
+    };
+    constexpr std::ptrdiff_t pointer = sizeof(void*);
+    EXPECT_EQ(offsetOf(&stream.head), pointer);
+    EXPECT_EQ(offsetOf(&stream.size), pointer + 8);
+    EXPECT_EQ(offsetOf(&stream.current), pointer + 16);
+    EXPECT_EQ(offsetOf(&stream.position), pointer + 24);
+    EXPECT_EQ(offsetOf(&stream.opened), pointer + 32);
+    EXPECT_EQ(offsetOf(&stream.blockSize), pointer + 40);
 }
 
 TEST(PMemStream, ResetKeepsOrFreesTheBlocks) {
