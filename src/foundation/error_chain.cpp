@@ -7,6 +7,20 @@
 
 namespace Brelt {
 
+namespace {
+
+/// The system allocates the text; it goes back also when the builder runs out of memory.
+struct SystemText {
+    SystemText() = default;
+    SystemText(const SystemText&) = delete;
+    SystemText& operator=(const SystemText&) = delete;
+    ~SystemText() { LocalFree(text); }
+
+    WideChar* text = nullptr;
+};
+
+}  // namespace
+
 CharString getOsErrorText(std::uint32_t code) {
     constexpr DWORD englishUnitedStates = 1033;
     if (code == 0) {
@@ -15,13 +29,12 @@ CharString getOsErrorText(std::uint32_t code) {
     char array[128];
     StringBuilder builder(array, sizeof(array), 0);
     builder.appendFormat("(%lu) ", static_cast<unsigned long>(code));
-    WideChar* text = nullptr;
+    SystemText system;
     FormatMessageW(
         FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_FROM_SYSTEM,
-        nullptr, code, englishUnitedStates, reinterpret_cast<WideChar*>(&text), 0, nullptr);
-    TextConverter converter(text);
+        nullptr, code, englishUnitedStates, reinterpret_cast<WideChar*>(&system.text), 0, nullptr);
+    TextConverter converter(system.text);
     builder.appendText(converter.getNarrow());
-    LocalFree(text);
     return builder.toCharString();
 }
 
