@@ -3,6 +3,7 @@
 // Lossless conversion between UTF-8 and UTF-16, and the small text tools beside it.
 // Any room may use it. UTF-16 text exists only for the moment of a system call.
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -23,14 +24,15 @@ using WideChar = char16_t;
 /// that doesn't fit is cut, which isn't told: call once to count, then with that count plus one.
 ///
 /// No byte is lost: a byte `b` that is no part of a sound sequence becomes code point 0x100000 +
-/// `b`, and the sequences of these 256 code points themselves are treated as unsound. Surrogates in
-/// the manner of CESU pass as lone units. `wideToUtf8` of the result gives the same bytes again.
+/// `b`, and the sequences of these 256 code points themselves are treated as unsound. A surrogate
+/// in three bytes passes as a lone unit. `wideToUtf8` of the result gives the same bytes again;
+/// only such a surrogate with a low one right behind it comes back as the one sequence for both.
 std::int32_t utf8ToWide(const char* source, WideChar* destination, std::int32_t size);
 
 /// Converts NUL-terminated UTF-16 to UTF-8; returns the bytes written, without the NUL.
 ///
 /// The same manner of calling as `utf8ToWide`, and the same escapes. Lone surrogates take three
-/// bytes; two low surrogates in a row combine to a value above Unicode's, in up to seven bytes.
+/// bytes; two low surrogates in a row combine to a value above Unicode's, in four or five bytes.
 std::int32_t wideToUtf8(const WideChar* source, char* destination, std::int32_t size);
 
 /// As `vsprintf`: no limit, the caller vouches for the room. Returns the length, or -1.
@@ -63,5 +65,12 @@ public:
     const char* getNarrow();
     CharString getNarrowString();
 };
+static_assert(sizeof(void*) != 8 || sizeof(TextConverter) == 48);
+static_assert(offsetof(TextConverter, narrow) == 0);
+static_assert(offsetof(TextConverter, ownedNarrow) == sizeof(void*));
+static_assert(offsetof(TextConverter, narrowSize) == 2 * sizeof(void*));
+static_assert(sizeof(void*) != 8 || offsetof(TextConverter, wide) == 24);
+static_assert(sizeof(void*) != 8 || offsetof(TextConverter, ownedWide) == 32);
+static_assert(sizeof(void*) != 8 || offsetof(TextConverter, wideSize) == 40);
 
 }  // namespace Brelt
