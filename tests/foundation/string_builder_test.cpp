@@ -1,0 +1,125 @@
+#include "foundation/string_builder.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+#include "foundation/text_tools.h"
+
+namespace Brelt {
+namespace {
+
+TEST(IntToText, Table) {
+    constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
+    const struct {
+        std::int64_t value;
+        std::int32_t radix;
+        std::int32_t size;
+        std::string text;
+    } cases[] = {
+        {0, 10, 2, "0"},
+        {0, 10, 1, ""},
+        {-1, 10, 70, "-1"},
+        {-1, 10, 2, "1"},
+        {-1, 16, 70, "1"},
+        {255, 16, 70, "FF"},
+        {255, 16, 2, "F"},
+        {-1234, 10, 4, "234"},
+        {-1234, 10, 5, "1234"},
+        {1234, 10, 1, ""},
+        {5, 2, 70, "101"},
+        {5, 1, 70, ""},
+        {5, 17, 70, ""},
+        {lowest, 10, 70, "-9223372036854775808"},
+        {lowest, 2, 70, "1" + std::string(63, '0')},
+        {5, 10, 0, "#"},
+        {5, 10, -1, "#"},
+        {5, 1, 0, "#"},
+    };
+    for (const auto& c : cases) {
+        char text[70] = "#";
+        EXPECT_EQ(intToText(c.value, text, c.radix, c.size), text);
+        EXPECT_EQ(text, c.text) << c.value << " by " << c.radix << " in " << c.size;
+    }
+}
+
+TEST(StringBuilder, LimitsItsSettings) {
+    EXPECT_EQ(StringBuilder(0, 1.0F).granularity, 16);
+    EXPECT_EQ(StringBuilder(0, 1.0F).growth, 0.0F);
+    EXPECT_EQ(StringBuilder(std::int64_t{1} << 40, 5000.0F).granularity, 0x40000000);
+    EXPECT_EQ(StringBuilder(128, 5000.0F).growth, 1024.0F);
+    EXPECT_EQ(StringBuilder(128, 1.7F).toCharString().holder(), nullptr);
+}
+
+TEST(StringBuilder, GrowsByTheFactorInWholeGranules) {
+    StringBuilder builder(128, 1.7F);
+    builder.appendText("");
+    builder.appendText(nullptr);
+    EXPECT_EQ(builder.text, nullptr);
+    builder.appendText("0123456789");
+    EXPECT_EQ(builder.capacity, 128);
+    builder.appendText(std::string(117, 'x').c_str());
+    EXPECT_EQ(builder.capacity, 128);
+    builder.appendText("y");
+    EXPECT_EQ(builder.capacity, 256);
+    builder.appendText(std::string(128, 'z').c_str());
+    EXPECT_EQ(builder.capacity, 512) << "256 * 1.7 is 435";
+    EXPECT_EQ(builder.toCharString(),
+              ("0123456789" + std::string(117, 'x') + "y" + std::string(128, 'z')).c_str());
+}
+
+TEST(StringBuilder, LeavesTheCallersArrayWhenItOutgrowsIt) {
+    char array[8] = "ignored";
+    StringBuilder builder(array, sizeof(array), 0);
+    EXPECT_STREQ(array, "");
+    builder.appendText("1234567");
+    EXPECT_EQ(builder.text, array);
+    builder.appendInt(-80, 10);
+    EXPECT_STREQ(array, "1234567");
+    EXPECT_NE(builder.text, array);
+    EXPECT_EQ(builder.capacity, 1024);
+    EXPECT_EQ(builder.flags, 0U);
+    EXPECT_STREQ(builder.toCharString().cstr(), "1234567-80");
+}
+
+TEST(StringBuilder, GoesOnBehindATextInTheArrayAndTakesANullOne) {
+    char array[8] = "ab";
+    StringBuilder builder(array, sizeof(array), StringBuilder::arrayHoldsText);
+    builder.appendFormat("%d", 7);
+    EXPECT_STREQ(array, "ab7");
+
+    StringBuilder null(nullptr, 50, StringBuilder::arrayHoldsText);
+    null.appendText("x");
+    EXPECT_EQ(null.flags, 0U);
+    EXPECT_STREQ(null.text, "x");
+}
+
+TEST(StringBuilder, FormatsIntoTheRoomOrGrows) {
+    char array[8];
+    for (const char* const text : {"123456", "1234567", "12345678"}) {
+        StringBuilder builder(array, sizeof(array), 0);
+        builder.appendText("a");
+        builder.appendFormat("%s", text);
+        EXPECT_EQ(builder.text == array, std::string(text).size() == 6) << text;
+        EXPECT_EQ(builder.length, 1 + static_cast<std::int64_t>(std::string(text).size()));
+        EXPECT_EQ(builder.toCharString(), ("a" + std::string(text)).c_str());
+        EXPECT_STREQ(array, builder.text == array ? "a123456" : "a") << "no trace of the first try";
+    }
+    const char* const noFormat = nullptr;
+    StringBuilder untouched(16, 0);
+    untouched.appendFormat(noFormat);
+    untouched.appendInt(5, 1);
+    EXPECT_EQ(untouched.text, nullptr);
+    untouched.appendFormat("%s-%d", "x", 12);
+    EXPECT_STREQ(untouched.text, "x-12");
+}
+
+TEST(Formatting, UnboundedTellsTheLength) {
+    char text[40];
+    EXPECT_EQ(formatUnbounded(text, " (%dMB / %dMB)", 3, 12), 13);
+    EXPECT_STREQ(text, " (3MB / 12MB)");
+}
+
+}  // namespace
+}  // namespace Brelt
