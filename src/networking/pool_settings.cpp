@@ -2,6 +2,8 @@
 
 #include "networking/pool_settings.h"
 
+#include <limits>
+
 namespace Norvel::Networking {
 
 namespace {
@@ -50,6 +52,8 @@ void setPlainBehaviour(OptionWriter& options, const Limits& limits) {
         .set(CURLOPT_TCP_NODELAY, 1L)
         .set(CURLOPT_NETRC, long{CURL_NETRC_IGNORED})
         .set(CURLOPT_BUFFERSIZE, long{limits.receiveBuffer})
+        // Without a limit libcurl overlooks a Content-Length that no number holds.
+        .set(CURLOPT_MAXFILESIZE_LARGE, std::numeric_limits<curl_off_t>::max())
         .set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits.connectTime.count()));
     restrictProtocols(options);
 }
