@@ -129,7 +129,9 @@ Squid::Squid(const std::string& lines) {
             "\nhttp_access allow all\ncache deny all\npinger_enable off\npid_filename none\n"
             "shutdown_lifetime 0 seconds\ncoredump_dir none\ncache_log " +
             fileName("cache.log") + "\naccess_log stdio:" + fileName(logName) + "\n");
-        return std::vector<std::string>{"squid", "-N", "-d", "1", "-f", file};
+        // Under one service name, several of them would share their segments of memory.
+        const std::string service = "kiv" + std::to_string(port);
+        return std::vector<std::string>{"squid", "-N", "-d", "1", "-n", service, "-f", file};
     });
 }
 
