@@ -151,7 +151,12 @@ HEADERS = {
         "src/foundation/warns.h": "#pragma once\ninline short cut(long n) { return n; }",
         "src/foundation/only_windows.h": "#pragma once\n#include <no_such_header.h>",
         "tests/support/twice.h": "struct S {};",
-    }, ["src/foundation/bad.h:1", "src/foundation/warns.h:1", "tests/support/twice.h:1"]),
+        "src/foundation/seen_first.h": "#pragma once\ninline std::string t;",
+        "src/foundation/seen_first.cpp": "#include \"foundation/seen_first.h\"",
+        "src/foundation/seen_later.h": "#pragma once\ninline std::string u;",
+        "src/foundation/seen_later.cpp": "#include <string>\n#include \"seen_later.h\"",
+    }, ["src/foundation/bad.h:1", "src/foundation/seen_later.h:1", "src/foundation/warns.h:1",
+        "tests/support/twice.h:1"]),
 }
 
 
