@@ -1,0 +1,228 @@
+// The functions of the malloc family and the operators, defined in the program itself: calls of
+// every shared library end here too.
+
+#include "hostile/failing_allocator.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+// What allocates in truth: the C library's functions, or those of a sanitizer in front of them.
+#ifdef KIV_ALLOCATES_FROM_SANITIZER
+#define TRUE_ALLOCATOR(name) __interceptor_##name
+#else
+#define TRUE_ALLOCATOR(name) __libc_##name
+#endif
+
+extern "C" {
+void* TRUE_ALLOCATOR(malloc)(std::size_t size);
+void* TRUE_ALLOCATOR(calloc)(std::size_t count, std::size_t size);
+void* TRUE_ALLOCATOR(realloc)(void* block, std::size_t size);
+void* TRUE_ALLOCATOR(memalign)(std::size_t alignment, std::size_t size);
+void TRUE_ALLOCATOR(free)(void* block);
+}
+
+namespace TestSupport {
+
+namespace {
+
+// No constructors run for these: allocations come before main and after it.
+constinit std::atomic<std::int64_t> countdown{0};
+constinit std::atomic<bool> isArmed{false};
+constinit std::atomic<bool> isLasting{false};
+constinit std::atomic<bool> hasFailed{false};
+constinit std::atomic<std::int64_t> live{0};
+
+/// Set while a sanitizer asks for the stack of a thread that starts: it ends the process if it
+/// isn't told.
+constinit thread_local bool sanitizerIsAsking = false;
+
+bool fails() {
+    if (!isArmed.load(std::memory_order_relaxed) || sanitizerIsAsking) {
+        return false;
+    }
+    const std::int64_t left = countdown.fetch_sub(1) - 1;
+    if (left > 0 || (left < 0 && !isLasting)) {
+        return false;
+    }
+    hasFailed = true;
+    errno = ENOMEM;
+    return true;
+}
+
+void* counted(void* block) {
+    live.fetch_add(block != nullptr ? 1 : 0, std::memory_order_relaxed);
+    return block;
+}
+
+}  // namespace
+
+void letAllocationFail(std::int64_t n, Shortage shortage) {
+    countdown = n;
+    isLasting = shortage == Shortage::Lasting;
+    hasFailed = false;
+    isArmed = true;
+}
+
+bool endShortage() {
+    isArmed = false;
+    return hasFailed;
+}
+
+std::int64_t liveBlocks() {
+    return live;
+}
+
+namespace {
+
+void* allocate(std::size_t size) {
+    return fails() ? nullptr : counted(TRUE_ALLOCATOR(malloc)(size));
+}
+
+void* allocateAligned(std::size_t alignment, std::size_t size) {
+    return fails() ? nullptr : counted(TRUE_ALLOCATOR(memalign)(alignment, size));
+}
+
+void release(void* block) {
+    live.fetch_sub(block != nullptr ? 1 : 0, std::memory_order_relaxed);
+    TRUE_ALLOCATOR(free)(block);
+}
+
+void* required(void* block) {
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+}  // namespace
+
+}  // namespace TestSupport
+
+// The functions of this program are hidden from its libraries otherwise.
+#pragma GCC visibility push(default)
+
+extern "C" {
+
+void* malloc(std::size_t size) {
+    return TestSupport::allocate(size);
+}
+
+void* calloc(std::size_t count, std::size_t size) {
+    return TestSupport::fails() ? nullptr
+                                : TestSupport::counted(TRUE_ALLOCATOR(calloc)(count, size));
+}
+
+void* realloc(void* block, std::size_t size) {
+    if (TestSupport::fails()) {
+        return nullptr;
+    }
+    void* const moved = TRUE_ALLOCATOR(realloc)(block, size);
+    if (block == nullptr) {
+        return TestSupport::counted(moved);
+    }
+    if (size == 0 && moved == nullptr) {
+        TestSupport::live.fetch_sub(1, std::memory_order_relaxed);
+    }
+    return moved;
+}
+
+void* memalign(std::size_t alignment, std::size_t size) {
+    return TestSupport::allocateAligned(alignment, size);
+}
+
+void* aligned_alloc(std::size_t alignment, std::size_t size) {
+    return TestSupport::allocateAligned(alignment, size);
+}
+
+int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
+    void* const aligned = TestSupport::allocateAligned(alignment, size);
+    if (aligned == nullptr) {
+        return ENOMEM;
+    }
+    *block = aligned;
+    return 0;
+}
+
+void free(void* block) {
+    TestSupport::release(block);
+}
+
+}  // extern "C"
+
+void* operator new(std::size_t size) {
+    return TestSupport::required(TestSupport::allocate(size));
+}
+
+void* operator new[](std::size_t size) {
+    return TestSupport::required(TestSupport::allocate(size));
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return TestSupport::allocate(size);
+}
+
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return TestSupport::allocate(size);
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    return TestSupport::required(
+        TestSupport::allocateAligned(static_cast<std::size_t>(alignment), size));
+}
+
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+    return TestSupport::required(
+        TestSupport::allocateAligned(static_cast<std::size_t>(alignment), size));
+}
+
+void operator delete(void* block) noexcept {
+    TestSupport::release(block);
+}
+
+void operator delete[](void* block) noexcept {
+    TestSupport::release(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept {
+    TestSupport::release(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept {
+    TestSupport::release(block);
+}
+
+void operator delete(void* block, std::align_val_t) noexcept {
+    TestSupport::release(block);
+}
+
+void operator delete[](void* block, std::align_val_t) noexcept {
+    TestSupport::release(block);
+}
+
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept {
+    TestSupport::release(block);
+}
+
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept {
+    TestSupport::release(block);
+}
+
+#ifdef KIV_ALLOCATES_FROM_SANITIZER
+extern "C" int pthread_getattr_np(pthread_t thread, pthread_attr_t* attributes) noexcept {
+    using Function = int (*)(pthread_t, pthread_attr_t*);
+    const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "pthread_getattr_np"));
+    TestSupport::sanitizerIsAsking = true;
+    const int result = next(thread, attributes);
+    TestSupport::sanitizerIsAsking = false;
+    return result;
+}
+#endif
+
+#pragma GCC visibility pop

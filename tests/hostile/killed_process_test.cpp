@@ -1,0 +1,91 @@
+// kivsync is killed at any moment of a run and started again: what it leaves behind is never taken
+// for more than it is.
+
+#include <chrono>
+#include <csignal>
+#include <random>
+#include <string>
+
+#include "hostile/besieged_library.h"
+#include "hostile/long_form.h"
+#include "support/child_process.h"
+#include "support/downloader_fixture.h"
+
+using namespace std::chrono_literals;
+using namespace TestSupport;
+
+namespace {
+
+class KilledProcess : public testing::Test {
+protected:
+    KilledProcess() { server.serve("/lib", library.served()); }
+
+    /// The server's next state: what stands under "missing" changes too, though nobody fetches it.
+    void changeLibrary() {
+        library.stamp += "+";
+        for (SampleFile& file : library.files) {
+            (file.lossy ? *file.lossy : file.content) += '+';
+        }
+        server.serve("/lib", library.served());
+    }
+
+    /// Runs and kills it some time behind its n-th request; its exit code if it was faster.
+    int runUntilRequest(std::size_t n, std::chrono::milliseconds later) {
+        const std::size_t before = server.targets().size();
+        ChildProcess program({KIV_SYNC, "--quiet", "--proxy", "direct", server.url("/lib"),
+                              directory.text("inside")},
+                             log.path() / "output");
+        while (server.targets().size() < before + n && !program.waitFor(1ms)) {
+        }
+        if (!program.waitFor(later)) {
+            program.signal(SIGKILL);
+        }
+        return program.wait();
+    }
+
+    void judge(int code) {
+        const Tree actual = readTree(directory.path() / "inside");
+        const auto stamp = actual.find("id.txt");
+        const bool isNew = stamp != actual.end() && stamp->second == library.stamp;
+        EXPECT_TRUE(code == 0 || code == 128 + SIGKILL) << code;
+        EXPECT_TRUE(isNew || code != 0) << "a run that ends well writes the stamp";
+        if (isNew) {
+            EXPECT_EQ(differences(allowed(library, actual), actual), Lines{});
+        }
+        for (const auto& [path, content] : readTree(directory.path())) {
+            EXPECT_EQ(path.rfind("inside/", 0), 0U) << path << " lies outside";
+        }
+    }
+
+    SampleLibrary library = SampleLibrary::generated(60, 20'000);
+    ScriptedServer server;
+    TempDirectory directory;
+    TempDirectory log;
+};
+
+TEST_F(KilledProcess, LeavesNoStampThatLiesAndIsMadeUpForByTheNextRun) {
+    constexpr std::uint32_t seed = 20;
+    std::mt19937 random(seed);
+    const std::size_t requests = library.files.size() + 2;
+    std::uniform_int_distribution<std::size_t> moment(0, requests);
+    std::uniform_int_distribution<int> later(0, 3);
+    int killed = 0;
+    int finished = 0;
+    for (int round = longOrShort(500, 40); round > 0 && !HasFailure(); --round) {
+        SCOPED_TRACE("with seed " + std::to_string(seed) + ", round " + std::to_string(round));
+        const int code = runUntilRequest(moment(random), std::chrono::milliseconds(later(random)));
+        judge(code);
+        ++(code == 0 ? finished : killed);
+        if (code == 0) {
+            changeLibrary();
+        }
+    }
+    EXPECT_GT(killed, 0);
+    const int code = runUntilRequest(requests, 60s);
+    EXPECT_EQ(code, 0);
+    judge(code);
+    RecordProperty("killed", killed);
+    RecordProperty("finished", finished);
+}
+
+}  // namespace
