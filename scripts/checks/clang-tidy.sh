@@ -29,7 +29,8 @@ config=$source_dir/.clang-tidy
 echo "clang-tidy: ${#files[@]} files"
 result=0
 printf '%s\0' "${files[@]}" | xargs -0 -n 1 -P "$(nproc)" \
-    clang-tidy --quiet -p "$build_dir" --extra-arg=-Wgnu --extra-arg=-Wvla --extra-arg=-Wmicrosoft \
+    clang-tidy --quiet -p "$build_dir" --extra-arg=-Wno-unknown-warning-option \
+    --extra-arg=-Wgnu --extra-arg=-Wvla --extra-arg=-Wmicrosoft \
     2> >(grep -vE '^[0-9]+ warnings? (generated|treated)' >&2) || result=$?
 if [ "$result" != 0 ]; then
     echo "clang-tidy: findings (settings: ${config#"$source_dir"/})" >&2
