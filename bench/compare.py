@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Fetches the same trees from the same nginx on loopback with kivsync, curl and aria2c, five
 transfers at once each, in turn; prints wall time, CPU time and peak memory of each, and the ratios.
-Needs nginx, curl and aria2c (scripts/install-packages.sh bench), and some GB in the scratch folder.
+Needs nginx, curl, aria2c and GNU time (scripts/install-packages.sh bench), and some GB in the scratch folder.
 """
 import argparse
 import contextlib
@@ -95,7 +95,7 @@ def curl_command(_options, url, target, names, scratch):
     config = scratch / "curl.conf"
     config.write_text("".join(f'url = "{quoted(url + "/" + name)}"\noutput = "{target / name}"\n'
                               for name in names), encoding="utf-8")
-    return ["curl", "--silent", "--show-error", "--fail", "--create-dirs", "--noproxy", "*",
+    return ["curl", "--silent", "--show-error", "--no-progress-meter", "--fail", "--create-dirs", "--noproxy", "*",
             "--parallel", "--parallel-max", "5", "--config", str(config)]
 
 
@@ -110,15 +110,21 @@ def aria2_command(_options, url, target, names, scratch):
 TOOLS = {"kivsync": kivsync_command, "curl": curl_command, "aria2c": aria2_command}
 
 
-def measure(command):
-    """Seconds of wall time and of CPU time, and the peak of resident memory in MiB."""
+def measure(command, scratch):
+    """Seconds of wall time and of CPU time, and the peak of resident memory in MiB.
+
+    GNU time starts the command: started by this process, it would count this one's memory as its
+    own peak.
+    """
+    report = scratch / "report"
     begin = time.perf_counter()
-    pid = os.posix_spawnp(command[0], command, os.environ)
-    _, status, usage = os.wait4(pid, 0)
+    done = subprocess.run(["time", "-f", "%U %S %M", "-o", report, *command], check=False,
+                          stdout=subprocess.DEVNULL)
     wall = time.perf_counter() - begin
-    if status:
-        sys.exit(f"{command[0]} ended with {os.waitstatus_to_exitcode(status)}")
-    return wall, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / KIB
+    if done.returncode:
+        sys.exit(f"{command[0]} ended with {done.returncode}")
+    user, system, kibibytes = report.read_text(encoding="utf-8").split()
+    return wall, float(user) + float(system), int(kibibytes) / KIB
 
 
 def check_tree(served, target, names):
@@ -136,7 +142,7 @@ def run_rounds(options, url, served, scratch):
             target.mkdir()
             os.sync()
             command = make_command(options, url, target, names, scratch)
-            results[tool].append(measure(command))
+            results[tool].append(measure(command, scratch))
             if number == 0:
                 check_tree(served, target, names)
             shutil.rmtree(target)

@@ -11,7 +11,7 @@ packages_of() {
                     "libjsoncpp-dev libcli11-dev libcpp-httplib-dev libgtest-dev googletest" ;;
         test) echo "python3 nginx-light tinyproxy-bin squid openssl" ;;
         checks) echo "clang clang-tidy clang-format libclang-rt-14-dev valgrind python3" ;;
-        bench) echo "libbenchmark-dev aria2 curl nginx-light python3" ;;
+        bench) echo "libbenchmark-dev aria2 curl nginx-light python3 time" ;;
         *) echo "install-packages.sh: no group '$1' (there are build, test, checks, bench)" >&2
            return 1 ;;
     esac
