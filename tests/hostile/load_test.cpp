@@ -1,0 +1,179 @@
+// Much of everything: entries, files, connections, downloaders, runs. The long form has the full
+// numbers; each test's short one takes the same road.
+
+#include <malloc.h>
+
+#include <functional>
+#include <memory>
+#include <thread>
+#include <utility>
+
+#include "foundation/pmem_stream.h"
+#include "foundation/table.h"
+#include "hostile/besieged.h"
+#include "hostile/broken_answers.h"
+#include "hostile/long_form.h"
+#include "interface/downloader_impl.h"
+#include "support/process_state.h"
+
+using namespace TestSupport;
+
+namespace {
+
+std::string numbered(int i) {
+    return "d" + std::to_string(i % 97) + "/f" + std::to_string(i);
+}
+
+SampleLibrary libraryOf(int count, const std::function<int(int)>& fileOf,
+                        const std::optional<std::string>& rule) {
+    SampleLibrary library;
+    for (int i = 0; i < count; ++i) {
+        library.add(numbered(fileOf(i)), std::to_string(i), rule);
+    }
+    return library;
+}
+
+TEST(Load, TwoHundredThousandEntriesThatArePresentAreLookedAtAndNotFetched) {
+    const int files = longOrShort(200'000, 1'000);
+    Besieged ground(libraryOf(
+        200'000, [files](int i) { return i % files; }, "missing"));
+    for (int i = 0; i < files; ++i) {
+        ground.target.write("inside/" + numbered(i), "");
+    }
+    EXPECT_EQ(ground.download(), 0) << ground.sink.errorText();
+    EXPECT_EQ(ground.server.targets(), (Lines{"/lib/id.txt", "/lib/filelist.json"}));
+    EXPECT_EQ(ground.stampOnDisk(), ground.library.stamp);
+}
+
+/// Says that it is as long as the test wants.
+class StreamOfSize final : public Brelt::PMemStream {
+public:
+    explicit StreamOfSize(std::int64_t claimed) : PMemStream(4096), claimed_(claimed) {}
+    std::int64_t Size() override { return claimed_; }
+
+private:
+    std::int64_t claimed_;
+};
+
+constexpr std::int64_t largestList = std::int64_t{1} << 30;
+
+TEST(Load, ListOfMoreThanOneGibibyteIsRefusedBeforeItIsRead) {
+    RecordingSink sink;
+    DownloaderParams params;
+    DownloaderImpl downloader(&sink, &params);
+    StreamOfSize stream(largestList + 1);
+    Brelt::Table<DownloaderImpl::ListFile> files;
+    EXPECT_EQ(downloader.parseListFile(&stream, files), -1);
+    EXPECT_EQ(sink.lines(), Lines{"logError Incorrect size of json file list (1073741825 bytes)"});
+}
+
+TEST(Load, ListOfMoreThanOneGibibyteEndsAWholeRun) {
+    if (!isLongForm()) {
+        GTEST_SKIP() << "moves a gibibyte; only in the long form";
+    }
+    Besieged ground;
+    ground.server.on("/lib/filelist.json", [](Connection& client, const Request&) {
+        client.send("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(largestList + 1) +
+                    "\r\n\r\n");
+        client.sendFill(' ', largestList + 1);
+    });
+    EXPECT_EQ(ground.download(), -1);
+    EXPECT_EQ(ground.sink.of("logError"),
+              Lines{"Incorrect size of json file list (1073741825 bytes)"});
+    ground.expectHealing();
+}
+
+TEST(Load, ManyFilesComeThroughAServerThatClosesEveryConnection) {
+    Besieged ground(libraryOf(
+        longOrShort(50'000, 1'000), [](int i) { return i; }, std::nullopt));
+    for (const auto& [name, content] : ground.library.served()) {
+        ground.server.on("/lib/" + percentEncoded(name), answerAndClose(ok(content)));
+    }
+    EXPECT_EQ(ground.download(), 0) << ground.sink.errorText();
+    EXPECT_EQ(differences(ground.library.expected(), ground.tree()), Lines{});
+    EXPECT_GE(ground.server.connections(), static_cast<int>(ground.library.files.size()));
+}
+
+/// A host with a downloader of its own.
+struct Host {
+    RecordingSink sink;
+    TempDirectory target;
+    DownloaderParams params;
+
+    std::int32_t download(const std::string& url) {
+        DownloaderInterface table{};
+        initDownloaderInterface(&table);
+        params.url = url.c_str();
+        params.proxyMode = ProxyModeDirect;
+        params.targetDirectory = target.text().c_str();
+        DownloaderImpl* downloader = table.createDownloader(&sink, &params);
+        const std::int32_t result = sink.during([&] { return table.download(downloader); });
+        table.destroyDownloader(downloader);
+        return result;
+    }
+};
+
+/// Each runs three times: once to be aborted somewhere, once through, once for nothing.
+void runHost(Host& host, int number, const std::string& url, const Tree& expected) {
+    host.sink.abortAfterPolls(number * 3, 7);
+    host.download(url);
+    host.sink.goOn();
+    EXPECT_EQ(host.download(url), 0) << host.sink.errorText();
+    EXPECT_EQ(differences(expected, readTree(host.target.path())), Lines{});
+    EXPECT_EQ(host.download(url), 0);
+}
+
+TEST(Load, TwentyDownloadersOnTwentyThreadsKeepApart) {
+    expectNothingLeftOver([] {
+        const SampleLibrary library = SampleLibrary::generated(40, 20'000);
+        ScriptedServer server;
+        server.serve("/lib", library.served());
+        std::vector<std::unique_ptr<Host>> hosts;
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 20; ++i) {
+            hosts.push_back(std::make_unique<Host>());
+            threads.emplace_back([&, i] {
+                runHost(*hosts[static_cast<std::size_t>(i)], i, server.url("/lib"),
+                        library.expected());
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    });
+}
+
+/// Bytes that are allocated now; 0 where a sanitizer has an allocator of its own.
+std::size_t bytesInUse() {
+    const struct mallinfo2 information = mallinfo2();
+    return information.uordblks + information.hblkhd;
+}
+
+/// One run that breaks at the list, another way each time, and one that heals.
+void breakAndHeal(int i) {
+    const std::vector<BrokenAnswer>& answers = brokenAnswers();
+    const BrokenAnswer& answer = answers[static_cast<std::size_t>(i) % answers.size()];
+    Besieged ground;
+    if (answer.outcome != BrokenAnswer::Outcome::EndsByTimeLimit) {
+        ground.server.on("/lib/filelist.json", answer.script(ground.library.fileList()));
+        ground.sink.abortAfterPolls(60, 7);
+        ground.download();
+    }
+    ground.expectHealing();
+}
+
+TEST(Load, ManyRunsOneAfterTheOtherKeepMemoryDescriptorsAndThreadsFlat) {
+    expectNothingLeftOver([] {
+        const int runs = longOrShort(4'000, 100);
+        std::size_t before = 0;
+        for (int i = 0; i < runs; ++i) {
+            breakAndHeal(i);
+            before = i == runs / 2 ? bytesInUse() : before;
+        }
+        // What the C library keeps for threads that have ended goes up and down a little.
+        constexpr std::size_t slack = 64 * 1024;
+        EXPECT_LE(bytesInUse(), before + slack);
+    });
+}
+
+}  // namespace
