@@ -2,148 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
-#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
 
+#include "foundation/wildcard_oracle.h"
+
 namespace Brelt {
 namespace {
-
-/// The plain matcher: recursive, and as slow as it likes.
-class Oracle {
-public:
-    Oracle(const char* text, std::int32_t flags) : text_(text), start_(text), flags_(flags) {}
-
-    int match(const char* p) {
-        int result = open;
-        while (result == open) {
-            result = step(p);
-        }
-        return result;
-    }
-
-private:
-    static constexpr int open = -1;
-
-    int step(const char*& p) {
-        const char c = *p++;
-        switch (c) {
-            case '\0':
-                return (has(WildcardLeadingDir) && *text_ == '\\') || *text_ == '\0' ? 0 : 1;
-            case '*':
-                return star(p);
-            case '?':
-                return any();
-            case '[':
-                return bracket(p);
-            default:
-                return literal(c, p);
-        }
-    }
-
-    int star(const char*& p) {
-        p += std::strspn(p, "*");
-        if (leadingDot()) {
-            return 1;
-        }
-        const char* separator = std::strchr(text_, '\\');
-        if (*p == '\0') {
-            const bool crosses = !has(WildcardPathName) || has(WildcardLeadingDir);
-            return crosses || separator == nullptr ? 0 : 1;
-        }
-        if (*p != '\\' || !has(WildcardPathName)) {
-            return tryPlaces(p);
-        }
-        text_ = separator;
-        return separator == nullptr ? 1 : open;
-    }
-
-    bool has(std::int32_t flag) const { return (flags_ & flag) != 0; }
-
-    int fold(char c) const {
-        const auto byte = static_cast<unsigned char>(c);
-        return has(WildcardCaseFold) ? std::tolower(byte) : byte;
-    }
-
-    bool leadingDot() const {
-        return *text_ == '.' && has(WildcardPeriod) &&
-               (text_ == start_ || (has(WildcardPathName) && text_[-1] == '\\'));
-    }
-
-    bool isOut() const { return *text_ == '\0' || (*text_ == '\\' && has(WildcardPathName)); }
-
-    int tryPlaces(const char* p) const {
-        for (const char* place = text_; *place != '\0'; ++place) {
-            if (Oracle(place, flags_ & ~WildcardPeriod).match(p) == 0) {
-                return 0;
-            }
-            if (*place == '\\' && has(WildcardPathName)) {
-                break;
-            }
-        }
-        return 1;
-    }
-
-    int any() {
-        if (isOut() || leadingDot()) {
-            return 1;
-        }
-        ++text_;
-        return open;
-    }
-
-    bool member(const char*& p, int& value) const {
-        if (*p == '\\' && !has(WildcardNoEscape)) {
-            ++p;
-        }
-        value = fold(*p);
-        return *p++ != '\0';
-    }
-
-    int bracket(const char*& p) {
-        if (isOut()) {
-            return 1;
-        }
-        const bool negated = *p == '!' || *p == '^';
-        p += negated ? 1 : 0;
-        bool hit = false;
-        while (*p != ']') {
-            int low = 0;
-            if (!member(p, low)) {
-                return 1;
-            }
-            int high = low;
-            if (*p == '-' && p[1] != '\0' && p[1] != ']' && !member(++p, high)) {
-                return 1;
-            }
-            hit |= low <= fold(*text_) && fold(*text_) <= high;
-        }
-        ++p;
-        ++text_;
-        return hit == negated ? 1 : open;
-    }
-
-    int literal(char c, const char*& p) {
-        if (c == '\\' && !has(WildcardNoEscape) && *p != '\0') {
-            c = *p++;
-        }
-        if (fold(c) == fold(*text_)) {
-            ++text_;
-            return open;
-        }
-        const bool behind = text_ == start_ + 1 && *start_ == '\\';
-        return has(WildcardPrefixDirs) && *text_ == '\0' &&
-                       ((c == '\\' && text_ != start_) || behind)
-                   ? 0
-                   : 1;
-    }
-
-    const char* text_;
-    const char* start_;
-    std::int32_t flags_;
-};
 
 /// All texts over `letters` of up to `longest` characters.
 std::vector<std::string> allTexts(const std::string& letters, std::size_t longest) {
@@ -158,7 +24,7 @@ std::vector<std::string> allTexts(const std::string& letters, std::size_t longes
 
 ::testing::AssertionResult agrees(const std::string& pattern, const std::string& text) {
     for (std::int32_t flags = 0; flags < 64; ++flags) {
-        const int expected = Oracle(text.c_str(), flags).match(pattern.c_str());
+        const int expected = WildcardOracle(text.c_str(), flags).match(pattern.c_str());
         if (wildcardMatchFlags(pattern.c_str(), text.c_str(), flags) != expected) {
             return ::testing::AssertionFailure()
                    << "pattern " << pattern << " text " << text << " flags " << flags
