@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "foundation/error_chain.h"
+#include "foundation/out_of_memory.h"
 #include "foundation/wide_path.h"
 #include "foundation/win32/win32.h"
 
@@ -19,10 +20,13 @@ static_assert(PFileStream::shareRead == FILE_SHARE_READ);
 
 constexpr std::uint32_t lowBits = 0x03;
 
+// Without its node a failed close would be a success: what it had to bring to the disk has no other
+// witness.
 ErrorChain osFailure(const char* function) {
     const DWORD code = GetLastError();
     const CharString text = getOsErrorText(code);
-    return ErrorChain::make(function, static_cast<std::int32_t>(code), "%s", text.cstr());
+    return requireFailure(
+        ErrorChain::make(function, static_cast<std::int32_t>(code), "%s", text.cstr()));
 }
 
 ErrorChain resultOf(BOOL succeeded, const char* function) {

@@ -14,7 +14,7 @@ namespace Brelt {
 /// A failed call of the system gives a chain of one node with the system's code and text; the
 /// file's name isn't in it, so the caller adds it. On a closed stream the operations fail in that
 /// way too. Positions past the end are no failure: a write there extends the file. Operations that
-/// take a name raise `std::bad_alloc`.
+/// take a name raise `std::bad_alloc`, and so does a failure whose node can't be made.
 class PFileStream : public PStream {
 public:
     /// In `mode`, its two low bits: what `Open` and `Create` do with a file that exists or doesn't.

@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "foundation/out_of_memory.h"
 #include "http/http_getter.h"
 #include "http/url_parsing.h"
 #include "interface/downloader_impl.h"
@@ -17,8 +18,8 @@ Brelt::ErrorChain pointAtServer(DownloaderImpl& downloader) {
     const AddressingScheme addressing = parseUrl(downloader.params->url.cstr(), scheme, host, port,
                                                  downloader.remotePath, SchemeHttp);
     if (addressing != SchemeHttp && addressing != SchemeHttps) {
-        return Brelt::ErrorChain::make("DownloaderImpl::initHttpGetter", -1,
-                                       "Unkown addressing scheme");
+        return Brelt::requireFailure(Brelt::ErrorChain::make("DownloaderImpl::initHttpGetter", -1,
+                                                             "Unkown addressing scheme"));
     }
     Brelt::CharString proxyHost;
     std::int32_t proxyPort = 80;

@@ -1,11 +1,12 @@
 // Runs against a server while memory runs out, one process for each: this one stays without threads
 // and forks.
 //
-//     kiv_allocation_faults URL DIRECTORY cold|warm once|lasting FIRST STEP
+//     kiv_allocation_faults URL DIRECTORY cold|warm once|lasting|closes FIRST STEP
 //
 // With n = FIRST, FIRST + STEP, ... the n-th allocation of a run fails, up to the first run that
-// gets through. "cold" is the first run of a process, "warm" one after another. Prints a line for
-// each n that broke a promise, and at the end how many runs there were.
+// gets through; with "closes" it is the n-th closing of a file that fails, while no trace of a
+// failure can be made. "cold" is the first run of a process, "warm" one after another. Prints a
+// line for each n that broke a promise, and at the end how many runs there were.
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,6 +19,8 @@
 #include <fstream>
 #include <string>
 
+#include "foundation/error_node.h"
+#include "foundation/win32/fault_injection.h"
 #include "hostile/besieged_library.h"
 #include "hostile/failing_allocator.h"
 #include "interface/downloader_interface.h"
@@ -27,11 +30,14 @@ using namespace TestSupport;
 
 namespace {
 
+constexpr std::uint32_t ioError = 1117;
+
 struct Settings {
     std::string url;
     std::filesystem::path directory;
     bool isWarm;
-    Shortage shortage;
+    /// "once", "lasting" or "closes".
+    std::string kind;
 };
 
 /// A host that only keeps in mind whether it was told of a failure, and allocates nothing.
@@ -97,11 +103,36 @@ private:
         prepareDisk();
         ForgetfulSink sink;
         const std::int64_t before = liveBlocks();
-        letAllocationFail(n, settings_.shortage);
+        const std::int32_t result = settings_.kind == "closes" ? downloadUntraced(n, sink, struck)
+                                                               : downloadShort(n, sink, struck);
+        leaked_ = liveBlocks() - before;
+        std::string wish = judge(result, struck);
+        // Memory for the telling can be had again when it was short once.
+        if (result == -1 && !sink.toldFailure && settings_.kind == "once") {
+            wish += "; the host wasn't told";
+        }
+        // The first one is that of the old stamp, which was only read.
+        if (settings_.kind == "closes" && struck && n > 1 && result == 0) {
+            wish += "; a failed close passed for success";
+        }
+        return wish;
+    }
+
+    std::int32_t downloadShort(std::int64_t n, ForgetfulSink& sink, bool& struck) {
+        letAllocationFail(n, settings_.kind == "once" ? Shortage::Once : Shortage::Lasting);
         const std::int32_t result = downloadInto(params_, sink);
         struck = endShortage();
-        leaked_ = liveBlocks() - before;
-        return judge(result, sink.toldFailure, struck);
+        return result;
+    }
+
+    std::int32_t downloadUntraced(std::int64_t n, ForgetfulSink& sink, bool& struck) {
+        const Brelt::FaultInjection faults(
+            {.calls = Brelt::closeHandleCall, .strikeAt = n, .code = ioError});
+        letBlocksFail(sizeof(Brelt::ErrorNode));
+        const std::int32_t result = downloadInto(params_, sink);
+        endShortage();
+        struck = faults.hasStruck();
+        return result;
     }
 
     void prepareDisk() const {
@@ -111,17 +142,13 @@ private:
         std::ofstream(settings_.directory / "f1.tx") << "old content";
     }
 
-    std::string judge(std::int32_t result, bool told, bool struck) const {
+    std::string judge(std::int32_t result, bool struck) const {
         std::string wish;
         if (result == 0 || stampIsNew()) {
             wish += differencesNow();
         }
         if (!struck && result != 0) {
             wish += "; fails without cause";
-        }
-        // Memory for the telling can be had again, unless the shortage lasts.
-        if (result == -1 && !told && settings_.shortage == Shortage::Once) {
-            wish += "; the host wasn't told";
         }
         return wish;
     }
@@ -183,13 +210,13 @@ bool runOnce(const Settings& settings, std::int64_t n) {
 
 int main(int count, char** arguments) {
     if (count != 7) {
-        std::fputs("usage: kiv_allocation_faults URL DIRECTORY cold|warm once|lasting FIRST STEP\n",
-                   stderr);
+        std::fputs(
+            "usage: kiv_allocation_faults URL DIRECTORY cold|warm once|lasting|closes FIRST STEP\n",
+            stderr);
         return 2;
     }
-    const Settings settings{
-        arguments[1], arguments[2], arguments[3] == std::string("warm"),
-        arguments[4] == std::string("once") ? Shortage::Once : Shortage::Lasting};
+    const Settings settings{arguments[1], arguments[2], arguments[3] == std::string("warm"),
+                            arguments[4]};
     const std::int64_t step = std::stoll(arguments[6]);
     std::int64_t n = std::stoll(arguments[5]);
     std::int64_t runs = 1;

@@ -2,6 +2,7 @@
 // in a process of its own, and is judged from here.
 
 #include <chrono>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,10 @@ struct ShortageCase {
     /// Which allocations the short form lets fail: every so manieth.
     int stride;
 };
+
+void PrintTo(const ShortageCase& test, std::ostream* stream) {
+    *stream << test.name;
+}
 
 class AllocationFaults : public testing::TestWithParam<ShortageCase> {};
 
@@ -51,7 +56,9 @@ INSTANTIATE_TEST_SUITE_P(Shortages, AllocationFaults,
                          testing::Values(ShortageCase{"FirstRunOnce", "cold", "once", 101},
                                          ShortageCase{"FirstRunLasting", "cold", "lasting", 101},
                                          ShortageCase{"LaterRunOnce", "warm", "once", 11},
-                                         ShortageCase{"LaterRunLasting", "warm", "lasting", 11}),
+                                         ShortageCase{"LaterRunLasting", "warm", "lasting", 11},
+                                         ShortageCase{"FailedClosesWithoutATrace", "warm", "closes",
+                                                      1}),
                          [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace

@@ -36,6 +36,8 @@ namespace {
 constinit std::atomic<std::int64_t> countdown{0};
 constinit std::atomic<bool> isArmed{false};
 constinit std::atomic<bool> isLasting{false};
+/// If above 0, blocks of this size fail, and `countdown` says nothing.
+constinit std::atomic<std::size_t> failingSize{0};
 constinit std::atomic<bool> hasFailed{false};
 constinit std::atomic<std::int64_t> live{0};
 
@@ -43,12 +45,16 @@ constinit std::atomic<std::int64_t> live{0};
 /// isn't told.
 constinit thread_local bool sanitizerIsAsking = false;
 
-bool fails() {
-    if (!isArmed.load(std::memory_order_relaxed) || sanitizerIsAsking) {
-        return false;
+bool isDue(std::size_t size) {
+    if (failingSize != 0) {
+        return size == failingSize;
     }
     const std::int64_t left = countdown.fetch_sub(1) - 1;
-    if (left > 0 || (left < 0 && !isLasting)) {
+    return left == 0 || (left < 0 && isLasting);
+}
+
+bool fails(std::size_t size) {
+    if (!isArmed.load(std::memory_order_relaxed) || sanitizerIsAsking || !isDue(size)) {
         return false;
     }
     hasFailed = true;
@@ -70,8 +76,15 @@ void letAllocationFail(std::int64_t n, Shortage shortage) {
     isArmed = true;
 }
 
+void letBlocksFail(std::size_t size) {
+    failingSize = size;
+    hasFailed = false;
+    isArmed = true;
+}
+
 bool endShortage() {
     isArmed = false;
+    failingSize = 0;
     return hasFailed;
 }
 
@@ -82,11 +95,11 @@ std::int64_t liveBlocks() {
 namespace {
 
 void* allocate(std::size_t size) {
-    return fails() ? nullptr : counted(TRUE_ALLOCATOR(malloc)(size));
+    return fails(size) ? nullptr : counted(TRUE_ALLOCATOR(malloc)(size));
 }
 
 void* allocateAligned(std::size_t alignment, std::size_t size) {
-    return fails() ? nullptr : counted(TRUE_ALLOCATOR(memalign)(alignment, size));
+    return fails(size) ? nullptr : counted(TRUE_ALLOCATOR(memalign)(alignment, size));
 }
 
 void release(void* block) {
@@ -115,12 +128,13 @@ void* malloc(std::size_t size) {
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-    return TestSupport::fails() ? nullptr
-                                : TestSupport::counted(TRUE_ALLOCATOR(calloc)(count, size));
+    return TestSupport::fails(count * size)
+               ? nullptr
+               : TestSupport::counted(TRUE_ALLOCATOR(calloc)(count, size));
 }
 
 void* realloc(void* block, std::size_t size) {
-    if (TestSupport::fails()) {
+    if (TestSupport::fails(size)) {
         return nullptr;
     }
     void* const moved = TRUE_ALLOCATOR(realloc)(block, size);

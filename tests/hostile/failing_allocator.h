@@ -4,6 +4,7 @@
 // library's for the whole process, whoever allocates. Linked only into the program of the
 // allocation faults.
 
+#include <cstddef>
 #include <cstdint>
 
 namespace TestSupport {
@@ -17,6 +18,9 @@ enum class Shortage {
 
 /// From now on the n-th allocation fails, counted over all threads.
 void letAllocationFail(std::int64_t n, Shortage shortage);
+
+/// From now on each allocation of exactly `size` bytes fails.
+void letBlocksFail(std::size_t size);
 
 /// Memory can be had again. True if any allocation has failed.
 bool endShortage();
