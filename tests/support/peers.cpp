@@ -95,9 +95,9 @@ bool Peer::becomesReady() {
     return false;
 }
 
-std::string Peer::writeSettings(const std::string& text) const {
-    directory_.write("settings", text);
-    return fileName("settings");
+std::string Peer::writeSettings(const std::string& text, std::string_view name) const {
+    directory_.write(name, text);
+    return fileName(name);
 }
 
 Nginx::Nginx(NginxSettings settings) : isSecure_(settings.certificate.has_value()) {
@@ -124,11 +124,14 @@ Tinyproxy::Tinyproxy(const std::string& lines) {
 
 Squid::Squid(const std::string& lines) {
     start([&](int port) {
+        // Of several addresses of one name it takes the first alone.
+        const std::string hosts = writeSettings("127.0.0.1 localhost\n", "hosts");
         const std::string file = writeSettings(
             "http_port 127.0.0.1:" + std::to_string(port) + "\n" + lines +
             "\nhttp_access allow all\ncache deny all\npinger_enable off\npid_filename none\n"
-            "shutdown_lifetime 0 seconds\ncoredump_dir none\ncache_log " +
-            fileName("cache.log") + "\naccess_log stdio:" + fileName(logName) + "\n");
+            "shutdown_lifetime 0 seconds\ncoredump_dir none\nhosts_file " +
+            hosts + "\ncache_log " + fileName("cache.log") +
+            "\naccess_log stdio:" + fileName(logName) + "\n");
         // Under one service name, several of them would share their segments of memory.
         const std::string service = "kiv" + std::to_string(port);
         return std::vector<std::string>{"squid", "-N", "-d", "1", "-n", service, "-f", file};

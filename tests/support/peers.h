@@ -54,7 +54,7 @@ protected:
     void start(const Command& command);
 
     /// Writes its settings and gives their path.
-    std::string writeSettings(const std::string& text) const;
+    std::string writeSettings(const std::string& text, std::string_view name = "settings") const;
     std::string fileName(std::string_view name) const { return directory_.text(name); }
 
 private:
