@@ -29,13 +29,14 @@ struct Silence {
     const char* name;
     std::size_t at;
     int status;
+    std::int64_t received;
 };
 
 const std::string wholeResponse = ok("0123456789").bytes();
 const std::vector<Silence> silences = {
-    {"before the first byte", 0, 0},
-    {"in the headers", 20, 0},
-    {"in the body", wholeResponse.size() - 7, 200},
+    {"before the first byte", 0, 0, 0},
+    {"in the headers", 20, 0, 0},
+    {"in the body", wholeResponse.size() - 7, 200, 3},
 };
 
 }  // namespace
@@ -49,13 +50,15 @@ TEST(HttpAbort, IsSeenWhileAResponseStalls) {
         Fetcher fetcher;
         fetcher.useServer(server.port());
         FetchedResponse response;
-        response.wantsStop = [&response] { return response.ticks == 3; };
+        response.wantsStop = [&] {
+            return response.ticks >= 3 && response.received == silence.received;
+        };
 
         fetcher.fetch("/file", response);
 
         EXPECT_EQ(response.status, silence.status) << silence.name;
-        EXPECT_EQ(response.ticks, 3) << silence.name;
-        EXPECT_EQ(response.received, silence.status == 200 ? 3 : 0) << silence.name;
+        EXPECT_EQ(response.received, silence.received) << silence.name;
+        EXPECT_TRUE(response.cancelled) << silence.name;
         EXPECT_EQ(response.callsAfterCancel, 0) << silence.name;
         EXPECT_EQ(response.reason(), 0) << "no error behind a cancel: " << silence.name;
         EXPECT_TRUE(server.waitForOpenConnections(0)) << silence.name;
@@ -100,7 +103,7 @@ TEST(HttpAbort, EndsEachRequestThatIsRunning) {
 
 TEST(HttpTimeLimit, SilentServerEndsTheRequestAsAnError) {
     ShortLimits limits;
-    limits->stallTime = 50ms;
+    limits->stallTime = 200ms;
     for (const Silence& silence : silences) {
         ScriptedServer server;
         server.on("/file", breakAt(wholeResponse, silence.at, Break::Stall));
@@ -108,7 +111,6 @@ TEST(HttpTimeLimit, SilentServerEndsTheRequestAsAnError) {
         fetcher.useServer(server.port());
         const FetchedResponse response = fetcher.fetch("/file");
         EXPECT_EQ(response.reason(), CURLE_OPERATION_TIMEDOUT) << silence.name;
-        EXPECT_EQ(response.status, silence.status) << silence.name;
     }
 }
 
