@@ -11,13 +11,24 @@ namespace {
 /// Sets options up to the first that fails.
 class OptionWriter {
 public:
-    explicit OptionWriter(CURL* easy) : easy_(easy) {}
+    OptionWriter(CURL* easy, SetOption setOption) : easy_(easy), setOption_(setOption) {}
 
     template <class Value>
     OptionWriter& set(CURLoption option, Value value) {
         if (result_ == CURLE_OK) {
-            // In brackets: the macro of that name wants the option as a constant.
-            result_ = (curl_easy_setopt)(easy_, option, value);
+            result_ = setOption_(easy_, option, value);
+        }
+        return *this;
+    }
+
+    /// The empty text is null: libcurl's own default goes. A build without the option has none.
+    OptionWriter& replace(CURLoption option, const std::string& value) {
+        if (!value.empty()) {
+            return set(option, value.c_str());
+        }
+        if (result_ == CURLE_OK) {
+            result_ = setOption_(easy_, option, static_cast<const char*>(nullptr));
+            result_ = result_ == CURLE_NOT_BUILT_IN ? CURLE_OK : result_;
         }
         return *this;
     }
@@ -26,6 +37,7 @@ public:
 
 private:
     CURL* easy_;
+    SetOption setOption_;
     CURLcode result_ = CURLE_OK;
 };
 
@@ -41,12 +53,18 @@ void restrictProtocols(OptionWriter& options) {
 #endif
 }
 
+/// HTTP/2 over TLS, where this build of libcurl has it; it refuses the option where it hasn't.
+long wantedHttpVersion() {
+    const bool hasHttp2 = (curl_version_info(CURLVERSION_NOW)->features & CURL_VERSION_HTTP2) != 0;
+    return hasHttp2 ? long{CURL_HTTP_VERSION_2TLS} : long{CURL_HTTP_VERSION_1_1};
+}
+
 void setPlainBehaviour(OptionWriter& options, const Limits& limits) {
     options.set(CURLOPT_NOSIGNAL, 1L)
         .set(CURLOPT_NOPROGRESS, 1L)
         .set(CURLOPT_FOLLOWLOCATION, 0L)
         .set(CURLOPT_HTTP09_ALLOWED, 0L)
-        .set(CURLOPT_HTTP_VERSION, long{CURL_HTTP_VERSION_2TLS})
+        .set(CURLOPT_HTTP_VERSION, wantedHttpVersion())
         .set(CURLOPT_HTTP_CONTENT_DECODING, 0L)
         .set(CURLOPT_PATH_AS_IS, 1L)
         .set(CURLOPT_TCP_NODELAY, 1L)
@@ -89,26 +107,24 @@ void setProxy(OptionWriter& options, const PoolSettings& settings) {
     }
 }
 
-const char* orNull(const std::string& text) {
-    return text.empty() ? nullptr : text.c_str();
-}
-
 void setTls(OptionWriter& options, const ClientSSLConfiguration& tls) {
     options.set(CURLOPT_SSLVERSION, long{CURL_SSLVERSION_TLSv1_2})
         .set(CURLOPT_SSL_VERIFYPEER, 1L)
-        .set(CURLOPT_SSL_VERIFYHOST, 2L);
+        .set(CURLOPT_SSL_VERIFYHOST, 2L)
+        // Schannel asks whether a certificate has been revoked; an authority that tells nothing
+        // about that, as those inside companies often do, is no reason to refuse.
+        .set(CURLOPT_SSL_OPTIONS, long{CURLSSLOPT_REVOKE_BEST_EFFORT});
     const CertificateSource& source = tls.certificates;
     if (!source.file.empty() || !source.directory.empty()) {
         // Both are set, so that one alone replaces the system's file and directory.
-        options.set(CURLOPT_CAINFO, orNull(source.file))
-            .set(CURLOPT_CAPATH, orNull(source.directory));
+        options.replace(CURLOPT_CAINFO, source.file).replace(CURLOPT_CAPATH, source.directory);
     }
 }
 
 }  // namespace
 
-CURLcode applySettings(CURL* easy, const PoolSettings& settings) {
-    OptionWriter options(easy);
+CURLcode applySettings(CURL* easy, const PoolSettings& settings, SetOption setOption) {
+    OptionWriter options(easy, setOption);
     setPlainBehaviour(options, settings.limits);
     setServer(options, settings);
     setProxy(options, settings);

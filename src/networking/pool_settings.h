@@ -38,8 +38,14 @@ struct PoolSettings {
     bool usesAbsoluteForm() const { return proxy && !tls; }
 };
 
+/// As `curl_easy_setopt`; a test puts itself in between.
+using SetOption = CURLcode (*)(CURL* easy, CURLoption option, ...);
+
 /// Tells libcurl all that is the same for each request of a pool. The lists in `settings` are lent
 /// and must outlive the handle.
-CURLcode applySettings(CURL* easy, const PoolSettings& settings);
+///
+/// The call stands in brackets because the macro of that name wants the option as a constant.
+CURLcode applySettings(CURL* easy, const PoolSettings& settings,
+                       SetOption setOption = (curl_easy_setopt));
 
 }  // namespace Norvel::Networking
