@@ -24,7 +24,7 @@ LIBRARIES = (
     (r"curl/", ("src/networking/",)),
     (r"json/", ("src/sync/", "host/")),
     (r"(?i:windows|winsock2|ws2tcpip|winreg|winnls|fileapi|shlobj)\.h$",
-     ("src/foundation/win32/", "src/networking/", "host/platform_windows.cpp")),
+     ("src/foundation/win32/", "src/networking/", "host/platform_windows.cpp", "tests/")),
     (r"(?:sys|arpa|netinet|net)/|(?:unistd|fcntl|dirent|dlfcn|pthread|poll|netdb|termios|glob|"
      r"fnmatch|strings|spawn|pwd|ifaddrs|langinfo)\.h$",
      ("src/foundation/win32/", "src/networking/", "host/platform_posix.cpp",

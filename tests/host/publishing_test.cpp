@@ -1,47 +1,11 @@
-#include "publishing.h"
-
-#include <gtest/gtest.h>
-#include <json/reader.h>
-#include <json/value.h>
+#include "publishing_fixture.h"
 
 #include <algorithm>
 #include <filesystem>
-#include <sstream>
 #include <stdexcept>
-#include <string>
-#include <vector>
-
-#include "support/temp_directory.h"
 
 namespace KivHost {
 namespace {
-
-class Publishing : public testing::Test {
-protected:
-    PublishResult publishWith(PublishRequest request = {}, FileRules rules = FileRules("always")) {
-        request.directory = tree.path();
-        warnings.clear();
-        return publish(request, rules, [this](const std::string& w) { warnings.push_back(w); });
-    }
-
-    Json::Value list(const std::string& name = "filelist.json") const {
-        Json::Value root;
-        std::istringstream text(tree.read(name));
-        text >> root;
-        return root;
-    }
-
-    std::vector<std::string> listedNames() const {
-        std::vector<std::string> names;
-        for (const Json::Value& entry : list()) {
-            names.push_back(entry["path"].asString());
-        }
-        return names;
-    }
-
-    TestSupport::TempDirectory tree;
-    std::vector<std::string> warnings;
-};
 
 TEST_F(Publishing, ListsSizesRulesAndLossyVariants) {
     tree.write("maps/a.tx", "full copy");
@@ -132,30 +96,6 @@ TEST_F(Publishing, ASubPathListsItsFilesByNamesFromTheRoot) {
     EXPECT_EQ(root[0]["path"].asString(), "beta/maps/b.tx");
     EXPECT_NE(tree.read("beta/id.txt"), "");
     EXPECT_FALSE(tree.exists("id.txt"));
-}
-
-TEST_F(Publishing, NamesOutsideUtf8StopBeforeAnythingIsWritten) {
-    tree.write("bad\xFF.tx", "x");
-    EXPECT_THROW(publishWith(), std::runtime_error);
-    EXPECT_FALSE(tree.exists("filelist.json"));
-}
-
-TEST_F(Publishing, WhatIsLeftOutOrTroublesReadersIsTold) {
-    tree.write("maps/a.tx", "x");
-    tree.write("maps/A.tx", "x");
-    tree.write("nul.tx", "x");
-    std::filesystem::create_directory_symlink("maps", tree.path() / "linked");
-    std::filesystem::create_symlink("nowhere", tree.path() / "dangling");
-    FileRules rules("always");
-    rules.add("*.png=none");
-    publishWith({}, rules);
-    EXPECT_EQ(listedNames(), (std::vector<std::string>{"maps/A.tx", "maps/a.tx", "nul.tx"}));
-    for (const char* word : {"linked", "dangling", "nul.tx", "one file", "*.png"}) {
-        EXPECT_TRUE(std::ranges::any_of(warnings, [&](const std::string& warning) {
-            return warning.find(word) != std::string::npos;
-        })) << word;
-    }
-    EXPECT_EQ(warnings.size(), 5U);
 }
 
 TEST_F(Publishing, AFailedReplacementKeepsTheOldStamp) {

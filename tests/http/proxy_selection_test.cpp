@@ -3,10 +3,10 @@
 #include <string>
 
 #include "foundation/text_tools.h"
-#include "foundation/win32/registry_stand_in.h"
 #include "http/system_proxy_settings.h"
 #include "interface/downloader_impl.h"
 #include "support/recording_sink.h"
+#include "support/registry_values.h"
 
 using namespace TestSupport;
 
@@ -18,7 +18,7 @@ constexpr std::uint32_t numberType = 4;
 void setText(const char* name, const std::string& text) {
     Brelt::TextConverter converter(text.c_str());
     const auto* wide = converter.getWide();
-    Brelt::setStandInRegistryValue(
+    setRegistryValue(
         name, textType, wide,
         static_cast<std::uint32_t>(converter.wideSize * static_cast<int>(sizeof(*wide))));
 }
@@ -34,12 +34,12 @@ struct SelectionCase {
 class ProxySelection : public testing::Test {
 protected:
     ProxySelection() : downloader_(&sink_, &params_) {}
-    ~ProxySelection() override { Brelt::resetStandInRegistry(); }
+    ~ProxySelection() override { resetRegistry(); }
 
     /// What the user's system says from now on.
     static void useSystem(std::uint32_t enable, const std::string& server,
                           const std::string& exceptions) {
-        Brelt::setStandInRegistryValue("ProxyEnable", numberType, &enable, sizeof(enable));
+        setRegistryValue("ProxyEnable", numberType, &enable, sizeof(enable));
         setText("ProxyServer", server);
         setText("ProxyOverride", exceptions);
         SystemProxySettings settings;
@@ -128,7 +128,7 @@ TEST_F(ProxySelection, DoubtAboutTheSystemEndsInADirectConnection) {
     useSystem(1, "socks5://s:1", "");
     EXPECT_EQ(choose("server"), ":80");
     EXPECT_EQ(sink_.lines().back(), warning("Ivalid http proxy address \"http://socks5://s:1\""));
-    Brelt::removeStandInRegistryValue("ProxyEnable");
+    removeRegistryValue("ProxyEnable");
     SystemProxySettings settings;
     EXPECT_TRUE(getSystemProxySettings(settings, true));
     EXPECT_EQ(choose("server"), ":80");

@@ -1,68 +1,15 @@
-#include "http/system_proxy_settings.h"
+// The user's proxy settings in all their forms, on any system.
 
-#include <gtest/gtest.h>
+#include "system_proxy_fixture.h"
 
-#include <cstdlib>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "foundation/text_tools.h"
-#include "foundation/win32/fault_injection.h"
-#include "foundation/win32/registry_stand_in.h"
-#include "foundation/win32/win32.h"
+#include "support/environment_value.h"
 
-using Brelt::FaultInjection;
+using TestSupport::SystemProxy;
+using TestSupport::Texts;
 
 namespace {
-
-using Texts = std::vector<std::string>;
-
-/// The values of the key, put into the stand-in.
-class SystemProxy : public testing::Test {
-protected:
-    SystemProxy() {
-        setNumber("ProxyEnable", 1);
-        Brelt::removeStandInRegistryValue("ProxyServer");
-        Brelt::removeStandInRegistryValue("ProxyOverride");
-    }
-    ~SystemProxy() override {
-        EXPECT_EQ(Brelt::openStandInRegistryKeys(), 0);
-        Brelt::resetStandInRegistry();
-    }
-
-    static void setNumber(const char* name, std::uint32_t number) {
-        Brelt::setStandInRegistryValue(name, REG_DWORD, &number, sizeof(number));
-    }
-
-    static void setText(const char* name, const char* text, std::uint32_t type = REG_SZ) {
-        Brelt::TextConverter converter(text);
-        const Brelt::WideChar* wide = converter.getWide();
-        Brelt::setStandInRegistryValue(
-            name, type, wide, static_cast<std::uint32_t>(converter.wideSize) * sizeof(*wide));
-    }
-
-    /// The three addresses, with blanks between them.
-    std::string addresses() const {
-        return std::string(settings_.httpProxy.cstr()) + " " + settings_.httpsProxy.cstr() + " " +
-               settings_.ftpProxy.cstr();
-    }
-
-    Texts bypassed() const {
-        Texts entries;
-        for (std::int32_t i = 0; i < settings_.bypassList.count; ++i) {
-            entries.emplace_back(settings_.bypassList.data[i].cstr());
-        }
-        return entries;
-    }
-
-    bool isBlank() const {
-        return settings_.enabled == 0 && addresses() == "  " && settings_.overrideText.isEmpty() &&
-               bypassed().empty();
-    }
-
-    SystemProxySettings settings_;
-};
 
 TEST_F(SystemProxy, ServersHaveTwoForms) {
     const struct {
@@ -111,11 +58,10 @@ TEST_F(SystemProxy, OverrideIsCutIntoPatterns) {
 }
 
 TEST_F(SystemProxy, ValuesOfTypeTwoAreExpandedBeforeTheyAreCut) {
-    setenv("KIV_TEST_SERVERS", "http=a;ftp=b", 1);
-    setText("ProxyServer", "%KIV_TEST_SERVERS%", REG_EXPAND_SZ);
+    const TestSupport::EnvironmentValue servers("KIV_TEST_SERVERS", "http=a;ftp=b");
+    setText("ProxyServer", "%KIV_TEST_SERVERS%", TestSupport::expandedType);
     EXPECT_FALSE(getSystemProxySettings(settings_, true));
     EXPECT_EQ(addresses(), "http://a  http://b");
-    unsetenv("KIV_TEST_SERVERS");
 }
 
 TEST_F(SystemProxy, ValuesThatAreNoTextLeaveTheRestStanding) {
@@ -138,43 +84,6 @@ TEST_F(SystemProxy, SwitchedOffReadsNothingFurther) {
     setText("ProxyEnable", "1");
     EXPECT_FALSE(getSystemProxySettings(settings_, true));
     EXPECT_TRUE(isBlank());
-}
-
-TEST_F(SystemProxy, RegistryIsReadOnceAndItsErrorHandedOutOnce) {
-    setText("ProxyServer", "p:1");
-    EXPECT_FALSE(getSystemProxySettings(settings_, true));
-    const FaultInjection counter({.calls = Brelt::regOpenKeyCall, .strikeAt = 1000});
-    setText("ProxyServer", "q:2");
-    SystemProxySettings second;
-    EXPECT_FALSE(getSystemProxySettings(second, false));
-    EXPECT_EQ(second.httpProxy.holder(), settings_.httpProxy.holder());
-    EXPECT_EQ(counter.callCount(), 0);
-
-    Brelt::removeStandInRegistryValue("ProxyEnable");
-    EXPECT_EQ(getSystemProxySettings(settings_, true).codeAt(0), 2);
-    EXPECT_TRUE(isBlank());
-    setNumber("ProxyEnable", 1);
-    EXPECT_FALSE(getSystemProxySettings(settings_, false));
-    EXPECT_TRUE(isBlank());
-    EXPECT_EQ(counter.callCount(), 1);
-}
-
-TEST_F(SystemProxy, EachFailedCallOfTheRegistryCostsItsOwnValueOnly) {
-    setText("ProxyServer", "p:1;http=p;");
-    setText("ProxyOverride", "a");
-    Texts seen;
-    for (std::int64_t call = 1;; ++call) {
-        const FaultInjection faults({.calls = Brelt::anyCall, .strikeAt = call, .code = 5});
-        const Brelt::ErrorChain error = getSystemProxySettings(settings_, true);
-        EXPECT_EQ(error.codeAt(0), error ? 5 : 0);
-        EXPECT_EQ(static_cast<bool>(error), isBlank());
-        if (!faults.hasStruck()) {
-            break;
-        }
-        seen.push_back(error ? "error" : addresses() + settings_.overrideText.cstr());
-    }
-    EXPECT_EQ(seen, (Texts{"error", "error", "error", "  a", "  a", "http://p  ", "http://p  "}));
-    EXPECT_EQ(addresses() + settings_.overrideText.cstr(), "http://p  a");
 }
 
 TEST_F(SystemProxy, ThreadsSeeWholeRecordsFromTheFirstUseOn) {

@@ -1,7 +1,6 @@
 // The library as a host sees it: opened at run time, with records that the host has written down
 // for itself from the documentation. Includes nothing of the library's.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -9,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "support/loaded_module.h"
 #include "support/scripted_server.h"
 #include "support/temp_directory.h"
 
@@ -121,12 +121,8 @@ public:
 
 class LoadedLibrary : public testing::Test {
 protected:
-    LoadedLibrary() : library_(dlopen(KIV_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {
-        if (library_ == nullptr) {
-            ADD_FAILURE() << dlerror();
-            return;
-        }
-        void* entry = dlsym(library_, "initDownloaderInterface");
+    LoadedLibrary() : library_(KIV_LIBRARY) {
+        void* entry = library_.function("initDownloaderInterface");
         reinterpret_cast<void (*)(Entries*)>(entry)(&table_);
     }
 
@@ -138,7 +134,7 @@ protected:
         EXPECT_EQ(liveBlocks, 0);
     }
 
-    void* library_;
+    TestSupport::LoadedModule library_;
     Entries table_{};
     Params params_{};
     HostSink sink_;

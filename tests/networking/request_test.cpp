@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "networking/environment_value.h"
 #include "networking/fetcher.h"
+#include "support/environment_value.h"
 #include "support/scripted_server.h"
 #include "support/server_scripts.h"
 

@@ -3,13 +3,18 @@
 #include <curl/curl.h>
 #include <gtest/gtest.h>
 
+#include <cstdarg>
+#include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "networking/context.h"
 #include "networking/fetcher.h"
+#include "networking/pool_settings.h"
 #include "support/certificates.h"
 #include "support/peers.h"
+#include "support/system_facts.h"
 #include "support/temp_directory.h"
 
 using Norvel::Networking::ClientSSLConfiguration;
@@ -23,6 +28,16 @@ namespace {
 
 constexpr std::uint32_t underlyingIsProxyStatus = 0x2000;
 constexpr std::uint32_t underlyingIsCertificateResult = 0x4000;
+
+const curl_version_info_data& libcurl() {
+    return *curl_version_info(CURLVERSION_NOW);
+}
+
+/// Schannel, on Windows, keeps its verdict on a certificate to itself, and finds only names in a
+/// certificate whose authority is in a file.
+bool usesOpenSsl() {
+    return std::string_view(libcurl().ssl_version).starts_with("OpenSSL");
+}
 
 /// A directory that a server serves, and an authority whose certificates are trusted.
 class SecureServer : public testing::Test {
@@ -49,12 +64,16 @@ protected:
 
 }  // namespace
 
-TEST_F(SecureServer, IsReachedOverHttp2WithATrustedCertificate) {
+TEST_F(SecureServer, IsReachedOverTheNewestHttpWithATrustedCertificate) {
     Nginx server({.root = files.path(), .certificate = authority.issue(), .http2 = true});
     EXPECT_EQ(fetchFrom(server.port(), trust()).body, "stamp");
-    EXPECT_EQ(fetchFrom(server.port(), trust(), "127.0.0.1").body, "stamp");
+    if (usesOpenSsl()) {
+        EXPECT_EQ(fetchFrom(server.port(), trust(), "127.0.0.1").body, "stamp");
+    }
     server.stop();
-    EXPECT_NE(server.log().find("GET /id.txt HTTP/2.0 200"), std::string::npos) << server.log();
+    const bool hasHttp2 = (libcurl().features & CURL_VERSION_HTTP2) != 0;
+    const std::string line = hasHttp2 ? "GET /id.txt HTTP/2.0 200" : "GET /id.txt HTTP/1.1 200";
+    EXPECT_NE(server.log().find(line), std::string::npos) << server.log();
 }
 
 TEST_F(SecureServer, IsRefusedWithoutACertificateThatFits) {
@@ -62,23 +81,24 @@ TEST_F(SecureServer, IsRefusedWithoutACertificateThatFits) {
         const char* name;
         Certificate certificate;
         ClientSSLConfiguration configuration;
-        std::uint32_t flags;
         std::uint32_t underlying;
     };
     // The numbers are OpenSSL's: 20 no issuer known, 10 has run out, 62 another name.
     const std::vector<Case> cases = {
-        {"unknown to the system", authority.issue(), {}, underlyingIsCertificateResult, 20},
-        {"expired", authority.issue("DNS:localhost", -1), trust(), underlyingIsCertificateResult,
-         10},
-        {"another name", authority.issue("DNS:other.example"), trust(),
-         underlyingIsCertificateResult, 62},
+        {"unknown to the system", authority.issue(), {}, 20},
+        {"expired", authority.issue("DNS:localhost", -1), trust(), 10},
+        {"another name", authority.issue("DNS:other.example"), trust(), 62},
     };
     for (const Case& test : cases) {
+        if (TestSupport::runsUnderWine() && test.configuration.certificates.file.empty()) {
+            continue;  // Wine takes each certificate, unless libcurl looks at it by itself.
+        }
         const Nginx server({.root = files.path(), .certificate = test.certificate});
         const FetchedResponse response = fetchFrom(server.port(), test.configuration);
         EXPECT_EQ(response.reason(), CURLE_PEER_FAILED_VERIFICATION) << test.name;
-        EXPECT_EQ(response.flags(), test.flags) << test.name;
-        EXPECT_EQ(response.underlying(), test.underlying) << test.name;
+        EXPECT_EQ(response.flags(), usesOpenSsl() ? underlyingIsCertificateResult : 0U)
+            << test.name;
+        EXPECT_EQ(response.underlying(), usesOpenSsl() ? test.underlying : 0U) << test.name;
         EXPECT_EQ(response.status, 0) << test.name;
     }
 }
@@ -123,5 +143,38 @@ TEST_F(SecureServer, PlainRequestsPassThroughRealProxies) {
         fetcher.pool.setProxyServer(fetcher.error, "127.0.0.1", proxyPort);
         EXPECT_EQ(fetcher.fetch("/id.txt").body, "stamp");
         EXPECT_EQ(fetcher.fetch("/missing").status, 404);
+    }
+}
+
+namespace {
+
+/// What was set last for each option of a number.
+std::map<CURLoption, long> recordedOptions;
+
+CURLcode recordOption(CURL* /*easy*/, CURLoption option, ...) {
+    if (option < CURLOPTTYPE_OBJECTPOINT) {
+        std::va_list arguments;
+        va_start(arguments, option);
+        recordedOptions[option] = va_arg(arguments, long);
+        va_end(arguments);
+    }
+    return CURLE_OK;
+}
+
+}  // namespace
+
+TEST(SecureOptions, VerificationIsOnWhereverTheCertificatesComeFrom) {
+    for (const ClientSSLConfiguration& configuration :
+         {ClientSSLConfiguration{}, ClientSSLConfiguration{{"file", {}}},
+          ClientSSLConfiguration{{"file", "directory"}}}) {
+        Norvel::Networking::PoolSettings settings;
+        settings.server.emplace();
+        settings.tls = configuration;
+        recordedOptions.clear();
+        ASSERT_EQ(applySettings(nullptr, settings, recordOption), CURLE_OK);
+        EXPECT_EQ(recordedOptions[CURLOPT_SSL_VERIFYPEER], 1);
+        EXPECT_EQ(recordedOptions[CURLOPT_SSL_VERIFYHOST], 2);
+        EXPECT_EQ(recordedOptions[CURLOPT_SSLVERSION], long{CURL_SSLVERSION_TLSv1_2});
+        EXPECT_EQ(recordedOptions[CURLOPT_SSL_OPTIONS], long{CURLSSLOPT_REVOKE_BEST_EFFORT});
     }
 }

@@ -22,6 +22,10 @@ std::vector<std::string> requestCommand(const std::string& settings, const std::
 
 }  // namespace
 
+std::string CertificateAuthority::name(const std::string& file) const {
+    return peerPath(directory_.path() / file);
+}
+
 CertificateAuthority::CertificateAuthority() {
     directory_.write("settings", "[req]\ndistinguished_name = name\n[name]\n");
     runCommand(
@@ -32,14 +36,15 @@ CertificateAuthority::CertificateAuthority() {
 }
 
 Certificate CertificateAuthority::issue(const std::string& names, int days) {
-    const std::string start = name("server") + std::to_string(++issued_);
+    const std::string server = "server" + std::to_string(++issued_);
+    const std::string start = name(server);
     runCommand(requestCommand(name("settings"), start + ".key",
                               {"-subj", "/CN=Server of the tests", "-addext",
                                "subjectAltName=" + names, "-out", start + ".csr"}));
     runCommand({"openssl", "x509", "-req", "-in", start + ".csr", "-copy_extensions", "copyall",
                 "-CA", name("authority.pem"), "-CAkey", name("authority.key"), "-days",
                 std::to_string(days), "-out", start + ".pem"});
-    return {start + ".pem", start + ".key"};
+    return {directory_.path() / (server + ".pem"), directory_.path() / (server + ".key")};
 }
 
 }  // namespace TestSupport

@@ -30,7 +30,8 @@ public:
     Certificate issue(const std::string& names = "DNS:localhost,IP:127.0.0.1", int days = 30);
 
 private:
-    std::string name(const char* file) const { return (directory_.path() / file).string(); }
+    /// As the openssl command knows it.
+    std::string name(const std::string& file) const;
 
     TempDirectory directory_;
     int issued_ = 0;

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,9 +14,13 @@ namespace TestSupport {
 /// A child with stdin from nothing, and both outputs in one file.
 ///
 /// It is killed and reaped with this object; if the test process dies, or the thread that started
-/// it, the system kills it.
+/// it, the system kills it. On Windows a command without ".exe" is a program of Linux, where Wine
+/// and this test run; it is started by a helper there.
 class ChildProcess {
 public:
+    /// The platform's own.
+    struct State;
+
     /// Starts `command`, whose first word is a path, or a name that is looked up in the system's
     /// folders for programs and servers. `environment` holds lines of NAME=value that go over the
     /// test's own; one without "=" takes the variable away. Raises `std::runtime_error` if the
@@ -26,7 +31,7 @@ public:
     ChildProcess& operator=(const ChildProcess&) = delete;
     ~ChildProcess();
 
-    int pid() const { return pid_; }
+    int pid() const;
 
     /// Sends a signal; nothing if it has ended.
     void signal(int number) const;
@@ -47,10 +52,11 @@ public:
 private:
     std::vector<std::string> command_;
     std::filesystem::path output_;
-    int pid_ = -1;
-    int pidDescriptor_ = -1;
-    std::optional<int> exitCode_;
+    std::unique_ptr<State> state_;
 };
+
+/// The path as programs of the peers' system know it: another text only on Windows, for Linux.
+std::string peerPath(const std::filesystem::path& path);
 
 /// Runs a command to its end and gives its output; raises `std::runtime_error`, with the output, if
 /// it fails.

@@ -9,28 +9,16 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "support/child_process.h"
-#include "support/patience.h"
-#include "support/temp_directory.h"
 
 namespace TestSupport {
 
 namespace {
-
-std::string joined(const std::vector<std::string>& command) {
-    std::string text;
-    for (const std::string& word : command) {
-        text.append(text.empty() ? "" : " ").append(word);
-    }
-    return text;
-}
 
 std::filesystem::path findProgram(const std::string& name) {
     if (name.find('/') != std::string::npos) {
@@ -115,7 +103,7 @@ int spawn(std::vector<std::string> command, const std::filesystem::path& output,
         ::posix_spawn(&pid, command.front().c_str(), &settings.files, &settings.attributes,
                       pointersTo(command).data(), pointersTo(environment).data());
     if (failure != 0) {
-        throw std::system_error(failure, std::generic_category(), "start " + joined(command));
+        throw std::system_error(failure, std::generic_category(), "start " + command.front());
     }
     return pid;
 }
@@ -126,71 +114,56 @@ int exitCodeOf(const siginfo_t& end) {
 
 }  // namespace
 
+struct ChildProcess::State {
+    int pid = -1;
+    int descriptor = -1;
+    std::optional<int> exitCode = std::nullopt;
+};
+
 ChildProcess::ChildProcess(std::vector<std::string> command, std::filesystem::path output,
                            const std::vector<std::string>& environment)
-    : command_(std::move(command)), output_(std::move(output)) {
+    : command_(std::move(command)), output_(std::move(output)), state_(new State) {
     std::vector<std::string> whole{findProgram("setpriv"), "--pdeathsig", "KILL", "--",
                                    findProgram(command_.at(0))};
     whole.insert(whole.end(), command_.begin() + 1, command_.end());
-    pid_ = spawn(std::move(whole), output_, mergedEnvironment(environment));
+    state_->pid = spawn(std::move(whole), output_, mergedEnvironment(environment));
     // By number: this call of glibc 2.36 can't be linked from C++.
-    pidDescriptor_ = static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0));
+    state_->descriptor = static_cast<int>(::syscall(SYS_pidfd_open, state_->pid, 0));
 }
 
 ChildProcess::~ChildProcess() {
-    if (!exitCode_) {
+    if (!state_->exitCode) {
         signal(SIGKILL);
-        ::waitpid(pid_, nullptr, 0);
+        ::waitpid(state_->pid, nullptr, 0);
     }
-    ::close(pidDescriptor_);
+    ::close(state_->descriptor);
+}
+
+int ChildProcess::pid() const {
+    return state_->pid;
 }
 
 void ChildProcess::signal(int number) const {
-    if (!exitCode_) {
-        ::kill(pid_, number);
+    if (!state_->exitCode) {
+        ::kill(state_->pid, number);
     }
 }
 
 std::optional<int> ChildProcess::waitFor(std::chrono::milliseconds time) {
-    if (!exitCode_) {
-        pollfd end{pidDescriptor_, POLLIN, 0};
+    if (!state_->exitCode) {
+        pollfd end{state_->descriptor, POLLIN, 0};
         ::poll(&end, 1, static_cast<int>(time.count()));
         siginfo_t information{};
-        if (::waitid(P_PID, static_cast<id_t>(pid_), &information, WEXITED | WNOHANG) == 0 &&
-            information.si_pid == pid_) {
-            exitCode_ = exitCodeOf(information);
+        if (::waitid(P_PID, static_cast<id_t>(state_->pid), &information, WEXITED | WNOHANG) == 0 &&
+            information.si_pid == state_->pid) {
+            state_->exitCode = exitCodeOf(information);
         }
     }
-    return exitCode_;
+    return state_->exitCode;
 }
 
-int ChildProcess::wait() {
-    if (const std::optional<int> code = waitFor(patience)) {
-        return *code;
-    }
-    signal(SIGKILL);
-    throw std::runtime_error(joined(command_) + " doesn't end; it printed: " + output());
-}
-
-int ChildProcess::terminate() {
-    signal(SIGTERM);
-    return wait();
-}
-
-std::string ChildProcess::output() const {
-    std::ifstream stream(output_, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-std::string runCommand(std::vector<std::string> command) {
-    const TempDirectory directory;
-    const std::string text = joined(command);
-    ChildProcess child(std::move(command), directory.path() / "output");
-    if (const int code = child.wait(); code != 0) {
-        throw std::runtime_error(text + " ended with " + std::to_string(code) + ": " +
-                                 child.output());
-    }
-    return child.output();
+std::string peerPath(const std::filesystem::path& path) {
+    return path.string();
 }
 
 }  // namespace TestSupport

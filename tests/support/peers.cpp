@@ -19,8 +19,8 @@ std::string tlsLines(const NginxSettings& settings) {
     if (!settings.certificate) {
         return {};
     }
-    return "ssl_certificate " + settings.certificate->file.string() + ";\nssl_certificate_key " +
-           settings.certificate->key.string() + ";\n";
+    return "ssl_certificate " + peerPath(settings.certificate->file) + ";\nssl_certificate_key " +
+           peerPath(settings.certificate->key) + ";\n";
 }
 
 std::string listenLine(const NginxSettings& settings, int port) {
@@ -40,7 +40,7 @@ std::string nginxText(const NginxSettings& settings, const std::string& director
            "log_format line '$request $status $connection';\naccess_log " + logFile +
            " line;\ndefault_type application/octet-stream;\nkeepalive_requests 1000000;\n"
            "server {\n" +
-           listenLine(settings, port) + tlsLines(settings) + "root " + settings.root.string() +
+           listenLine(settings, port) + tlsLines(settings) + "root " + peerPath(settings.root) +
            ";\n" + settings.serverLines + "\n}\n}\n";
 }
 
@@ -52,7 +52,7 @@ int freePort() {
 
 Peer::Peer() {
     // Some give up their rights before they open their log.
-    std::filesystem::permissions(directory_.path(), std::filesystem::perms::all);
+    runCommand({"chmod", "777", peerName(".")});
 }
 
 std::string Peer::address() const {
@@ -64,7 +64,7 @@ void Peer::stop() {
 }
 
 std::string Peer::log() const {
-    std::ifstream stream(fileName(logName), std::ios::binary);
+    std::ifstream stream(directory_.path() / logName, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
@@ -97,14 +97,14 @@ bool Peer::becomesReady() {
 
 std::string Peer::writeSettings(const std::string& text, std::string_view name) const {
     directory_.write(name, text);
-    return fileName(name);
+    return peerName(name);
 }
 
 Nginx::Nginx(NginxSettings settings) : isSecure_(settings.certificate.has_value()) {
     start([&](int port) {
         const std::string file =
-            writeSettings(nginxText(settings, fileName("."), fileName(logName), port));
-        return std::vector<std::string>{"nginx", "-p", fileName("."), "-e", "stderr", "-c", file};
+            writeSettings(nginxText(settings, peerName("."), peerName(logName), port));
+        return std::vector<std::string>{"nginx", "-p", peerName("."), "-e", "stderr", "-c", file};
     });
 }
 
@@ -117,7 +117,7 @@ Tinyproxy::Tinyproxy(const std::string& lines) {
     start([&](int port) {
         const std::string file = writeSettings(
             "Port " + std::to_string(port) + "\nListen 127.0.0.1\nTimeout 60\nMaxClients 100\n" +
-            "LogLevel Info\nLogFile \"" + fileName(logName) + "\"\n" + lines + "\n");
+            "LogLevel Info\nLogFile \"" + peerName(logName) + "\"\n" + lines + "\n");
         return std::vector<std::string>{"tinyproxy", "-d", "-c", file};
     });
 }
@@ -130,8 +130,8 @@ Squid::Squid(const std::string& lines) {
             "http_port 127.0.0.1:" + std::to_string(port) + "\n" + lines +
             "\nhttp_access allow all\ncache deny all\npinger_enable off\npid_filename none\n"
             "shutdown_lifetime 0 seconds\ncoredump_dir none\nhosts_file " +
-            hosts + "\ncache_log " + fileName("cache.log") +
-            "\naccess_log stdio:" + fileName(logName) + "\n");
+            hosts + "\ncache_log " + peerName("cache.log") +
+            "\naccess_log stdio:" + peerName(logName) + "\n");
         // Under one service name, several of them would share their segments of memory.
         const std::string service = "kiv" + std::to_string(port);
         return std::vector<std::string>{"squid", "-N", "-d", "1", "-n", service, "-f", file};

@@ -53,9 +53,10 @@ protected:
     /// again with another port if the program ends at once, since others look for ports too.
     void start(const Command& command);
 
-    /// Writes its settings and gives their path.
+    /// Writes its settings and gives their path, as the peer knows it.
     std::string writeSettings(const std::string& text, std::string_view name = "settings") const;
-    std::string fileName(std::string_view name) const { return directory_.text(name); }
+    /// The path of a file of its own, as the peer knows it.
+    std::string peerName(std::string_view name) const { return peerPath(directory_.path() / name); }
 
 private:
     bool becomesReady();

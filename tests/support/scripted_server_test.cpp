@@ -9,6 +9,7 @@
 
 #include "support/patience.h"
 #include "support/server_scripts.h"
+#include "support/system_facts.h"
 
 using namespace TestSupport;
 
@@ -90,7 +91,7 @@ TEST(ScriptedServer, BreaksAtTheByteItWasTold) {
     Client reset(server);
     reset.get("/reset");
     reset.readToEnd();
-    EXPECT_TRUE(reset.sawReset());
+    EXPECT_EQ(reset.sawReset(), showsResets());
 
     Client unanswered(server);
     unanswered.get("/unanswered");

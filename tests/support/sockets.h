@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
+#include <utility>
 
 namespace TestSupport {
 
@@ -31,6 +32,8 @@ public:
 
     bool isOpen() const { return handle_ != none; }
     std::intptr_t handle() const { return handle_; }
+    /// Gives the handle to the caller, who closes it from now on.
+    std::intptr_t release() { return std::exchange(handle_, none); }
     int localPort() const;
 
     /// The next waiting connection, or a closed socket if there is none.

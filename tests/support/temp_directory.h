@@ -35,7 +35,7 @@ public:
 
     const std::filesystem::path& path() const { return path_; }
 
-    /// The directory's own path as UTF-8, or that of a name in it.
+    /// The directory's own path as UTF-8 with "/", or that of a name in it.
     std::string text() const { return utf8(path_); }
     std::string text(std::string_view name) const { return utf8(path_ / fromUtf8(name)); }
 
@@ -65,7 +65,7 @@ public:
 
 private:
     static std::string utf8(const std::filesystem::path& path) {
-        const std::u8string text = path.u8string();
+        const std::u8string text = path.generic_u8string();
         return {text.begin(), text.end()};
     }
     static std::filesystem::path fromUtf8(std::string_view text) {

@@ -50,11 +50,11 @@ TEST_F(Saving, FileIsWrittenWithItsDirectoriesAndReplacedWhole) {
 
 TEST_F(Saving, FailureNamesTheRelativeNameAndItsCause) {
     target_.write("file", "");
+    // Systems differ in the step that finds out.
     const std::string inTheWay = save("file/x", "");
-    EXPECT_EQ(inTheWay.find("[DownloaderImpl::saveFile] -1: Could not create directory path to "
-                            "\"file/x\" | [createPathImpl] 183: "),
-              0U)
-        << inTheWay;
+    EXPECT_EQ(inTheWay.find("[DownloaderImpl::saveFile] -1: Could not create "), 0U) << inTheWay;
+    EXPECT_NE(inTheWay.find("\"file/x\" | ["), std::string::npos) << inTheWay;
+    EXPECT_EQ(target_.read("file"), "");
     const std::string directory = save("", "");
     EXPECT_EQ(directory.find("[DownloaderImpl::saveFile] -1: Could not create file \"\" | "
                              "[PFileStream::Create] 5: (5) "),

@@ -9,24 +9,22 @@
 
 namespace TestSupport {
 
+/// An empty optional takes the variable away. On Windows an empty text does so too.
+void setEnvironment(const char* name, const std::optional<std::string>& value);
+
 class EnvironmentValue {
 public:
-    /// An empty optional takes the variable away.
     EnvironmentValue(const char* name, const std::optional<std::string>& value) : name_(name) {
         if (const char* before = std::getenv(name)) {
             before_ = before;
         }
-        set(value);
+        setEnvironment(name_, value);
     }
     EnvironmentValue(const EnvironmentValue&) = delete;
     EnvironmentValue& operator=(const EnvironmentValue&) = delete;
-    ~EnvironmentValue() { set(before_); }
+    ~EnvironmentValue() { setEnvironment(name_, before_); }
 
 private:
-    void set(const std::optional<std::string>& value) {
-        value ? setenv(name_, value->c_str(), 1) : unsetenv(name_);
-    }
-
     const char* name_;
     std::optional<std::string> before_;
 };
