@@ -2,7 +2,7 @@
 # Installs the Debian packages that the named groups need and that are missing; when none is
 # missing it touches neither the network nor the package system.
 # Usage: scripts/install-packages.sh GROUP...        (as root, or as a user who may use sudo)
-# Groups: build, test, checks, bench. Called by the other scripts.
+# Groups: build, test, checks, bench, windows. Called by the other scripts.
 set -euo pipefail
 
 packages_of() {
@@ -12,7 +12,10 @@ packages_of() {
         test) echo "python3 nginx-light tinyproxy-bin squid openssl" ;;
         checks) echo "clang clang-tidy clang-format libclang-rt-14-dev valgrind python3" ;;
         bench) echo "libbenchmark-dev aria2 curl nginx-light python3 time" ;;
-        *) echo "install-packages.sh: no group '$1' (there are build, test, checks, bench)" >&2
+        windows) echo "wine wine64 g++-mingw-w64-x86-64-posix dpkg-dev cmake ninja-build googletest" \
+                      "libcli11-dev python3" ;;
+        *) echo "install-packages.sh: no group '$1' (there are build, test, checks, bench," \
+                "windows)" >&2
            return 1 ;;
     esac
 }
@@ -79,7 +82,7 @@ for group in "$@"; do
     wanted+=($names)
 done
 if [ ${#wanted[@]} = 0 ]; then
-    echo "usage: scripts/install-packages.sh build|test|checks|bench ..." >&2
+    echo "usage: scripts/install-packages.sh build|test|checks|bench|windows ..." >&2
     exit 2
 fi
 if ! command -v dpkg-query >/dev/null; then

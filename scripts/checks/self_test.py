@@ -18,6 +18,7 @@ import exported_symbols
 import file_sizes
 import headers_alone
 import source_tree
+import windows_file
 
 HERE = pathlib.Path(__file__).resolve().parent
 REQUIRE_CLANG = "--require-clang" in sys.argv
@@ -216,6 +217,31 @@ class ExportedSymbols(unittest.TestCase):
                                input=source.format(visibility), text=True, check=True)
                 findings = exported_symbols.check(library, expected)
                 self.assertEqual(findings, [f"{library}: {finding}"] if finding else [])
+
+
+class WindowsFile(unittest.TestCase):
+    DUMP = """
+    DLL Name: KERNEL32.dll
+    DLL Name: Own.dll
+
+[Ordinal/Name Pointer] Table
+\t[   0] begin
+\t[   1] endOfAll
+"""
+    CONTENT = "ProductVersion\0\x001.2.3\0".encode("utf-16-le")
+
+    def test_samples(self):
+        for version, needs, patterns, expected in (
+                ("1.2.3", ["own.dll"], ["begin", "end*"], []),
+                ("1.2.3", [], ["begin", "end*"], ["needs Own.dll"]),
+                ("1.2.3", ["Own.dll"], ["begin"], ["exports endOfAll"]),
+                ("1.2.3", ["Own.dll"], ["*", "x"], ["lacks an export x"]),
+                ("1.2", ["Own.dll"], ["*"], ["tells the version 1.2.3 instead of 1.2"])):
+            with self.subTest(expected):
+                self.assertEqual(
+                    windows_file.judge(self.DUMP, self.CONTENT, version, needs, patterns), expected)
+        self.assertEqual(windows_file.judge("", b"", "1", [], []),
+                         ["can't be read", "tells the version None instead of 1"])
 
 
 class ClangChecks(unittest.TestCase):
