@@ -43,6 +43,8 @@ def resolve(path, name, files):
     roots = [posixpath.dirname(path), "src"]
     if not path.startswith("src/"):
         roots.append(path.split("/")[0])
+    if path.startswith("fuzz/"):
+        roots.append("tests")
     if path.startswith("tests/host/"):
         roots.append("host")
     for root in roots:
