@@ -24,6 +24,7 @@ struct ShortageCase {
     int stride;
 };
 
+// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest looks for this name
 void PrintTo(const ShortageCase& test, std::ostream* stream) {
     *stream << test.name;
 }

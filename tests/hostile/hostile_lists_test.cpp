@@ -18,6 +18,7 @@ struct HostileList {
     std::string told = {};
 };
 
+// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest looks for this name
 void PrintTo(const HostileList& list, std::ostream* stream) {
     *stream << list.name;
 }

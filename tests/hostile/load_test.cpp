@@ -171,7 +171,7 @@ TEST(Load, ManyRunsOneAfterTheOtherKeepMemoryDescriptorsAndThreadsFlat) {
             before = i == runs / 2 ? bytesInUse() : before;
         }
         // What the C library keeps for threads that have ended goes up and down a little.
-        constexpr std::size_t slack = 64 * 1024;
+        constexpr std::size_t slack = 65536;
         EXPECT_LE(bytesInUse(), before + slack);
     });
 }

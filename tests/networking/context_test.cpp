@@ -62,6 +62,7 @@ TEST(NetworkingContext, HttpsNeedsTheStartedLayerAndHttpDoesNot) {
 
 TEST(NetworkingContext, StartsAndStopsOfManyThreadsAddUp) {
     std::vector<std::thread> threads;
+    threads.reserve(4);
     std::atomic<int> failures{0};
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&failures] {

@@ -151,6 +151,9 @@ namespace {
 /// What was set last for each option of a number.
 std::map<CURLoption, long> recordedOptions;
 
+// libcurl's own signature, whose last named argument is an enumeration.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wvarargs"
 CURLcode recordOption(CURL* /*easy*/, CURLoption option, ...) {
     if (option < CURLOPTTYPE_OBJECTPOINT) {
         std::va_list arguments;
@@ -160,6 +163,7 @@ CURLcode recordOption(CURL* /*easy*/, CURLoption option, ...) {
     }
     return CURLE_OK;
 }
+#pragma GCC diagnostic pop
 
 }  // namespace
 
