@@ -1,9 +1,11 @@
 // The bytes of a whole connection, as a server might send them: each request ends, in one outcome.
 
 #include <array>
-#include <atomic>
 #include <chrono>
+#include <mutex>
+#include <string>
 #include <thread>
+#include <utility>
 
 #include "foundation/pmem_stream.h"
 #include "fuzzing.h"
@@ -29,8 +31,11 @@ public:
     }
 
     int port() const { return listener_.localPort(); }
-    /// Changed only while nobody is connected.
-    void answerWith(std::string_view bytes) { bytes_ = bytes; }
+    /// For the connections to come; an earlier one may still be busy with the bytes before.
+    void answerWith(std::string bytes) {
+        const std::lock_guard lock(mutex_);
+        bytes_ = std::move(bytes);
+    }
 
 private:
     void run() {
@@ -45,7 +50,8 @@ private:
         while (client.isOpen() && !client.receive(request.data(), request.size())) {
             waitFor(client, TestSupport::Interest::Read);
         }
-        for (std::string_view rest = bytes_; client.isOpen() && !rest.empty();) {
+        const std::string bytes = bytesNow();
+        for (std::string_view rest = bytes; client.isOpen() && !rest.empty();) {
             const auto sent = client.send(rest.data(), rest.size());
             if (sent && *sent < 0) {
                 return;
@@ -57,6 +63,11 @@ private:
         }
     }
 
+    std::string bytesNow() {
+        const std::lock_guard lock(mutex_);
+        return bytes_;
+    }
+
     void waitFor(TestSupport::Socket& client, TestSupport::Interest interest) {
         if (TestSupport::waitForSocket(client, interest, {&stopping_}) ==
             TestSupport::WaitResult::Woken) {
@@ -66,7 +77,8 @@ private:
 
     TestSupport::Socket listener_ = TestSupport::Socket::listenOnLoopback();
     TestSupport::WakeSignal stopping_;
-    std::string_view bytes_;
+    std::mutex mutex_;
+    std::string bytes_;
     std::thread thread_;
 };
 
@@ -139,7 +151,7 @@ private:
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static Server server;
     static Client client(server.port());
-    server.answerWith({reinterpret_cast<const char*>(data), size});
+    server.answerWith(std::string(reinterpret_cast<const char*>(data), size));
     Outcome outcome;
     client.fetch(outcome);
     require(outcome.statusCalls <= 1 && outcome.errorCalls <= 1);
