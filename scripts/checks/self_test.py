@@ -17,6 +17,7 @@ import banned
 import exported_symbols
 import file_sizes
 import headers_alone
+import promises
 import source_tree
 import windows_file
 
@@ -160,6 +161,19 @@ HEADERS = {
         "tests/support/twice.h:1"]),
 }
 
+PROMISES = {
+    "names that are there, and rows that have some": ({
+        "docs/promises.md": "| promise | held by |\n|---|---|\n"
+                            "| holds | `Suite.Name`, `fuzz/target`, `house.check` |\n"
+                            "| gone | `Suite.Name`, `Suite.Gone`, `fuzz/gone` |\n"
+                            "| empty | none |\n\nText with `other.names`.\n",
+        "tests/a_test.cpp": "TEST(Suite, Name) {}",
+        "tests/house/CMakeLists.txt": "kiv_add_house_test(check x.py)",
+        "fuzz/target.cpp": "int LLVMFuzzerTestOneInput();",
+    }, ["docs/promises.md:4", "docs/promises.md:5"]),
+    "the page itself": ({"src/a.cpp": ""}, ["docs/promises.md:1"]),
+}
+
 
 def make_tree(root, files):
     for path, text in files.items():
@@ -189,6 +203,9 @@ class SampleTrees(unittest.TestCase):
 
     def test_file_sizes(self):
         self.judge(file_sizes.check, FILE_SIZES)
+
+    def test_promises(self):
+        self.judge(promises.check, PROMISES)
 
     def test_headers_alone(self):
         self.judge(lambda root: headers_alone.check(root, [compiler()]), HEADERS)
