@@ -92,7 +92,8 @@ BENCHMARK(parseList)->Arg(100)->Arg(10'000)->Unit(benchmark::kMillisecond);
 
 /// A response of that many MiB, in pieces as they come from a socket.
 void collectResponse(benchmark::State& state) {
-    const std::string piece(16 * 1024, 'x');
+    constexpr std::size_t pieceSize = 16384;
+    const std::string piece(pieceSize, 'x');
     const std::int64_t pieces = state.range(0) * 64;
     for ([[maybe_unused]] auto step : state) {
         Brelt::PMemStreamGrowStep<16384> stream;
