@@ -10,6 +10,7 @@ import os
 import pathlib
 import random
 import shutil
+import signal
 import socket
 import statistics
 import subprocess
@@ -179,6 +180,8 @@ def compare(options, scratch):
 
 
 def main():
+    # A request to end cleans up like Ctrl-C.
+    signal.signal(signal.SIGTERM, lambda *_: sys.exit(143))
     source = pathlib.Path(__file__).resolve().parent.parent
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--bin", default=source / "build-bench/bin", type=pathlib.Path,
