@@ -4,6 +4,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <system_error>
 
 #include "support/patience.h"
 #include "support/sockets.h"
@@ -133,9 +134,17 @@ Squid::Squid(const std::string& lines) {
             hosts + "\ncache_log " + peerName("cache.log") +
             "\naccess_log stdio:" + peerName(logName) + "\n");
         // Under one service name, several of them would share their segments of memory.
-        const std::string service = "kiv" + std::to_string(port);
-        return std::vector<std::string>{"squid", "-N", "-d", "1", "-n", service, "-f", file};
+        service_ = "kiv" + std::to_string(port);
+        return std::vector<std::string>{"squid", "-N", "-d", "1", "-n", service_, "-f", file};
     });
+}
+
+Squid::~Squid() {
+    // It is killed right after this, and would leave its segments behind.
+    for (const char* segment : {"metadata", "queues", "readers"}) {
+        std::error_code isGone;
+        std::filesystem::remove("/dev/shm/" + service_ + "-cf__" + segment + ".shm", isGone);
+    }
 }
 
 }  // namespace TestSupport

@@ -100,6 +100,12 @@ public:
 class Squid final : public Peer {
 public:
     explicit Squid(const std::string& lines = {});
+    Squid(const Squid&) = delete;
+    Squid& operator=(const Squid&) = delete;
+    ~Squid();
+
+private:
+    std::string service_;
 };
 
 }  // namespace TestSupport
