@@ -4,8 +4,6 @@
 
 #include "foundation/out_of_memory.h"
 
-using Norvel::Networking::HttpClient;
-
 namespace {
 
 HttpDldDone takeOutcome(ClientSlot& slot) {

@@ -36,7 +36,7 @@ bool staysUnencoded(unsigned char byte) {
 
 Brelt::CharString percentEncode(const Brelt::CharString& path) {
     const std::int64_t size = std::int64_t{path.length()} * 3 + 1;
-    if (size > std::numeric_limits<std::int32_t>::max()) {
+    if (size < 1 || size > std::numeric_limits<std::int32_t>::max()) {
         return "";
     }
     Brelt::Table<char> encoded(static_cast<std::int32_t>(size));

@@ -34,7 +34,7 @@ struct Entry {
 };
 
 const char* textOrNull(const Json::Value& value) {
-    return value != Json::Value(Json::nullValue) && value.isString() ? value.asCString() : nullptr;
+    return value.isString() ? value.asCString() : nullptr;
 }
 
 std::int64_t integerOrZero(const Json::Value& value) {
@@ -56,10 +56,10 @@ public:
           stampPath_(downloader.getStampPath(0)) {}
 
     ErrorChain walk(const Json::Value& root) {
-        for (auto i = root.begin(); i != root.end(); ++i) {
+        for (const Json::Value& item : root) {
             ErrorChain error =
-                (*i).isObject()
-                    ? take(readEntry(*i))
+                item.isObject()
+                    ? take(readEntry(item))
                     : makeFailure("%s", "Parsing json file list failed (object expceted)");
             if (error) {
                 return error;
