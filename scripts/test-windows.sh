@@ -62,9 +62,13 @@ if [ "$(id -u)" = 0 ]; then
 fi
 
 echo "Starting Wine $(wine --version | sed 's/^wine-//')"
-timeout 300 ${bound[@]+"${bound[@]}"} wineboot -i > "$folder/wineboot.log" 2>&1 || { cat "$folder/wineboot.log"; exit 1; }
 # The server stays up between the tests, instead of starting again with each.
+mkdir "$WINEPREFIX"
 timeout 60 ${bound[@]+"${bound[@]}"} wineserver -p
+if ! timeout 300 ${bound[@]+"${bound[@]}"} wineboot -i > "$folder/wineboot.log" 2>&1; then
+    cat "$folder/wineboot.log"
+    exit 1
+fi
 
 # Real servers and proxies run on Linux, and are started by this helper when a test asks for one.
 python3 -B "$source_dir/tests/support/linux_side.py" > "$folder/peers" &

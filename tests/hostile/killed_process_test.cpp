@@ -2,7 +2,6 @@
 // for more than it is.
 
 #include <chrono>
-#include <csignal>
 #include <random>
 #include <string>
 
@@ -15,6 +14,9 @@ using namespace std::chrono_literals;
 using namespace TestSupport;
 
 namespace {
+
+/// Windows has no name for it.
+constexpr int killSignal = 9;
 
 class KilledProcess : public testing::Test {
 protected:
@@ -38,7 +40,7 @@ protected:
         while (server.targets().size() < before + n && !program.waitFor(1ms)) {
         }
         if (!program.waitFor(later)) {
-            program.signal(SIGKILL);
+            program.signal(killSignal);
         }
         return program.wait();
     }
@@ -47,7 +49,7 @@ protected:
         const Tree actual = readTree(directory.path() / "inside");
         const auto stamp = actual.find("id.txt");
         const bool isNew = stamp != actual.end() && stamp->second == library.stamp;
-        EXPECT_TRUE(code == 0 || code == 128 + SIGKILL) << code;
+        EXPECT_TRUE(code == 0 || code == 128 + killSignal) << code;
         EXPECT_TRUE(isNew || code != 0) << "a run that ends well writes the stamp";
         if (isNew) {
             EXPECT_EQ(differences(allowed(library, actual), actual), Lines{});

@@ -1,8 +1,6 @@
 // Much of everything: entries, files, connections, downloaders, runs. The long form has the full
 // numbers; each test's short one takes the same road.
 
-#include <malloc.h>
-
 #include <functional>
 #include <memory>
 #include <thread>
@@ -143,12 +141,6 @@ TEST(Load, TwentyDownloadersOnTwentyThreadsKeepApart) {
     });
 }
 
-/// Bytes that are allocated now; 0 where a sanitizer has an allocator of its own.
-std::size_t bytesInUse() {
-    const struct mallinfo2 information = mallinfo2();
-    return information.uordblks + information.hblkhd;
-}
-
 /// One run that breaks at the list, another way each time, and one that heals.
 void breakAndHeal(int i) {
     const std::vector<BrokenAnswer>& answers = brokenAnswers();
@@ -165,14 +157,14 @@ void breakAndHeal(int i) {
 TEST(Load, ManyRunsOneAfterTheOtherKeepMemoryDescriptorsAndThreadsFlat) {
     expectNothingLeftOver([] {
         const int runs = longOrShort(4'000, 100);
-        std::size_t before = 0;
+        long long before = 0;
         for (int i = 0; i < runs; ++i) {
             breakAndHeal(i);
-            before = i == runs / 2 ? bytesInUse() : before;
+            before = i == runs / 2 ? allocatedBytes() : before;
         }
         // What the C library keeps for threads that have ended goes up and down a little.
-        constexpr std::size_t slack = 65536;
-        EXPECT_LE(bytesInUse(), before + slack);
+        constexpr long long slack = 65536;
+        EXPECT_LE(allocatedBytes(), before + slack);
     });
 }
 

@@ -1,10 +1,7 @@
 #include "support/peers.h"
 
 #include <chrono>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
-#include <system_error>
 
 #include "support/patience.h"
 #include "support/sockets.h"
@@ -65,8 +62,8 @@ void Peer::stop() {
 }
 
 std::string Peer::log() const {
-    std::ifstream stream(directory_.path() / logName, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    // Some write it as another user.
+    return runCommand({"cat", peerName(logName)});
 }
 
 void Peer::start(const Command& command) {
@@ -141,10 +138,9 @@ Squid::Squid(const std::string& lines) {
 
 Squid::~Squid() {
     // It is killed right after this, and would leave its segments behind.
-    for (const char* segment : {"metadata", "queues", "readers"}) {
-        std::error_code isGone;
-        std::filesystem::remove("/dev/shm/" + service_ + "-cf__" + segment + ".shm", isGone);
-    }
+    const std::string segments = "/dev/shm/" + service_ + "-cf__";
+    runCommand(
+        {"rm", "-f", segments + "metadata.shm", segments + "queues.shm", segments + "readers.shm"});
 }
 
 }  // namespace TestSupport

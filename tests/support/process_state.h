@@ -31,4 +31,7 @@ std::ostream& operator<<(std::ostream& stream, const ProcessState& state);
 long long residentBytes();
 long long peakResidentBytes();
 
+/// What the program has allocated; 0 where nobody tells: under a sanitizer, and on Windows.
+long long allocatedBytes();
+
 }  // namespace TestSupport

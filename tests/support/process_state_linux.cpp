@@ -1,5 +1,6 @@
 // The state of a process as Linux shows it under /proc.
 
+#include <malloc.h>
 #include <poll.h>
 
 #include <charconv>
@@ -62,6 +63,11 @@ long long residentBytes() {
 
 long long peakResidentBytes() {
     return statusBytes("VmHWM:");
+}
+
+long long allocatedBytes() {
+    const struct mallinfo2 information = ::mallinfo2();
+    return static_cast<long long>(information.uordblks + information.hblkhd);
 }
 
 }  // namespace TestSupport
