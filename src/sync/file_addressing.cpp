@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <string>
 
 #include "foundation/out_of_memory.h"
 #include "foundation/paths.h"
 #include "foundation/string_builder.h"
-#include "foundation/table.h"
 #include "interface/downloader_impl.h"
 
 namespace {
@@ -35,24 +35,20 @@ bool staysUnencoded(unsigned char byte) {
 }
 
 Brelt::CharString percentEncode(const Brelt::CharString& path) {
-    const std::int64_t size = std::int64_t{path.length()} * 3 + 1;
-    if (size < 1 || size > std::numeric_limits<std::int32_t>::max()) {
+    constexpr const char* digits = "0123456789ABCDEF";
+    if (path.length() > std::numeric_limits<std::int32_t>::max() / 3) {
         return "";
     }
-    Brelt::Table<char> encoded(static_cast<std::int32_t>(size));
-    char* end = encoded.data;
+    std::string encoded;
     for (const char* c = path.cstr(); *c != '\0'; ++c) {
         const auto byte = static_cast<unsigned char>(*c);
         if (staysUnencoded(byte)) {
-            *end++ = *c;
+            encoded += *c;
         } else {
-            *end++ = '%';
-            *end++ = "0123456789ABCDEF"[byte >> 4];
-            *end++ = "0123456789ABCDEF"[byte & 0xF];
+            encoded += {'%', digits[byte >> 4], digits[byte & 0xF]};
         }
     }
-    *end = '\0';
-    return Brelt::CharString(encoded.data);
+    return Brelt::CharString(encoded.c_str());
 }
 
 }  // namespace

@@ -173,7 +173,7 @@ struct ForeignHolder {
         std::memcpy(buffer, bytes, size);
         auto* holder = new (std::malloc(sizeof(CharStringHolder)))
             CharStringHolder{reallocate, release, buffer, {1}};
-        std::memcpy(static_cast<void*>(&text), &holder, sizeof(holder));
+        std::memcpy(static_cast<void*>(&text), &holder, sizeof(text));
     }
 };
 

@@ -129,7 +129,7 @@ struct ForeignNode {
         auto* node = new (std::malloc(sizeof(ErrorNode)))
             ErrorNode{function, "from afar", 7, next, release, 1};
         ErrorChain chain;
-        std::memcpy(static_cast<void*>(&chain), &node, sizeof(node));
+        std::memcpy(static_cast<void*>(&chain), &node, sizeof(chain));
         return chain;
     }
 };

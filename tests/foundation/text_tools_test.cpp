@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <random>
 #include <string>
 #include <vector>
@@ -38,27 +39,28 @@ Units escaped(const std::string& bytes) {
     return units;
 }
 
+/// By the bits of its first byte; 0 for one that begins no sequence.
+std::size_t sequenceLength(unsigned char lead) {
+    const int ones = std::countl_one(lead);
+    return ones == 0 ? 1 : ones == 1 || ones > 4 ? 0 : static_cast<std::size_t>(ones);
+}
+
 /// The length of the sound sequence at `at`, and its code point; 0 where there is none.
 std::size_t soundSequence(const std::string& bytes, std::size_t at, std::uint32_t& codePoint) {
     const std::uint32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
     const auto lead = static_cast<unsigned char>(bytes[at]);
-    const std::size_t length = lead < 0x80             ? 1
-                               : (lead & 0xE0) == 0xC0 ? 2
-                               : (lead & 0xF0) == 0xE0 ? 3
-                               : (lead & 0xF8) == 0xF0 ? 4
-                                                       : 0;
+    const std::size_t length = sequenceLength(lead);
     codePoint = length == 1 ? lead : lead & (0x7FU >> length);
     for (std::size_t i = 1; i < length; ++i) {
-        const auto next = static_cast<unsigned char>(at + i < bytes.size() ? bytes[at + i] : 0);
-        if (next < 0x80 || next > 0xBF) {
+        // Behind the last byte stands a NUL.
+        const auto next = static_cast<unsigned char>(bytes.c_str()[at + i]);
+        if (next / 0x40 != 2) {
             return 0;
         }
         codePoint = codePoint * 64 + (next - 0x80U);
     }
     const bool reserved = codePoint >= 0x100000 && codePoint <= 0x1000FF;
-    return length != 0 && codePoint >= smallest[length] && codePoint < 0x110000 && !reserved
-               ? length
-               : 0;
+    return codePoint < smallest[length] || codePoint >= 0x110000 || reserved ? 0 : length;
 }
 
 /// What is no sound sequence is escaped byte by byte.

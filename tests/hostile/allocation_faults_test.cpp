@@ -24,9 +24,8 @@ struct ShortageCase {
     int stride;
 };
 
-// NOLINTNEXTLINE(readability-identifier-naming): GoogleTest looks for this name
-void PrintTo(const ShortageCase& test, std::ostream* stream) {
-    *stream << test.name;
+std::ostream& operator<<(std::ostream& stream, const ShortageCase& test) {
+    return stream << test.name;
 }
 
 class AllocationFaults : public testing::TestWithParam<ShortageCase> {};

@@ -17,8 +17,8 @@ using namespace TestSupport;
 namespace TestSupport {
 
 /// How test programs show a row that fails.
-void PrintTo(const BrokenAnswer& answer, std::ostream* stream) {
-    *stream << answer.name;
+std::ostream& operator<<(std::ostream& stream, const BrokenAnswer& answer) {
+    return stream << answer.name;
 }
 
 }  // namespace TestSupport

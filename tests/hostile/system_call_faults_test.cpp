@@ -25,8 +25,8 @@ struct FaultKind {
     int stride = 1;
 };
 
-void PrintTo(const FaultKind& kind, std::ostream* stream) {
-    *stream << kind.name;
+std::ostream& operator<<(std::ostream& stream, const FaultKind& kind) {
+    return stream << kind.name;
 }
 
 class SystemCallFaults : public testing::TestWithParam<FaultKind> {
