@@ -67,7 +67,8 @@ long long peakResidentBytes() {
 
 long long allocatedBytes() {
     const struct mallinfo2 information = ::mallinfo2();
-    return static_cast<long long>(information.uordblks + information.hblkhd);
+    return static_cast<long long>(information.uordblks) +
+           static_cast<long long>(information.hblkhd);
 }
 
 }  // namespace TestSupport
