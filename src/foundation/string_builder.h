@@ -188,10 +188,11 @@ private:
     /// Formats into the room behind the text, which may be none; a text that doesn't fit leaves no
     /// trace.
     std::int32_t formatAtEnd(const char* format, std::va_list arguments) {
+        char nowhere = '\0';
         const std::int64_t room = text == nullptr ? 0 : capacity - length;
-        char* end = room > 0 ? text + length : nullptr;
+        char* end = room > 0 ? text + length : &nowhere;
         const std::int32_t bytes = formatBounded(end, room, format, arguments);
-        if (end != nullptr && (bytes < 0 || bytes >= room)) {
+        if (bytes < 0 || bytes >= room) {
             *end = '\0';
         }
         return bytes;
