@@ -4,79 +4,56 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "foundation/paths.h"
+#include "foundation/texts.h"
 #include "foundation/win32/fault_injection.h"
 #include "foundation/win32/win32.h"
 #include "support/temp_directory.h"
 
+using Brelt::createPath;
 using Brelt::FaultInjection;
-using TestSupport::TempDirectory;
+using TestSupport::printed;
 
 namespace {
-
-std::string printed(const Brelt::ErrorChain& error) {
-    return error.toCharString().cstr();
-}
 
 /// A fresh directory as the current one.
 class CreatePathWalk : public testing::Test {
 protected:
-    CreatePathWalk() : before_(std::filesystem::current_path()) {
-        std::filesystem::current_path(directory.path());
-    }
+    CreatePathWalk() { std::filesystem::current_path(directory.path()); }
     ~CreatePathWalk() override { std::filesystem::current_path(before_); }
 
-    TempDirectory directory;
+    TestSupport::TempDirectory directory;
 
 private:
-    std::filesystem::path before_;
+    std::filesystem::path before_ = std::filesystem::current_path();
 };
-
-/// How many directories a walk tries to make, when none can be made; and what it says then.
-struct Tried {
-    std::int64_t count;
-    std::string text;
-};
-
-Tried tryAll(const char* path, bool includeLast) {
-    const FaultInjection faults(
-        {.calls = Brelt::createDirectoryCall, .code = ERROR_ACCESS_DENIED, .strikesOn = true});
-    std::string text = printed(Brelt::createPathImpl(path, includeLast));
-    return {faults.callCount(), text};
-}
 
 TEST_F(CreatePathWalk, TriesTheLevelsBehindTheRootOnly) {
-    struct Row {
-        const char* path;
-        bool includeLast;
-        std::int64_t count;
-        const char* first;
-    };
-    for (const Row& row : {
-             Row{R"(C:\a\b)", true, 2, R"(C:\a\)"},
-             Row{R"(C:\a\b.txt)", false, 1, R"(C:\a\)"},
-             Row{R"(C:\)", true, 1, R"(C:\)"},
-             Row{R"(C:/a)", true, 1, R"(C:\a)"},
-             Row{R"(a\b\)", true, 2, R"(a\)"},
-             Row{R"(a\b\)", false, 2, R"(a\)"},
-             Row{R"(\\no_such_srv\share\dir\)", true, 2, R"(\\no_such_srv\share\)"},
-             Row{R"(\\no_such_srv)", true, 1, R"(\\no_such_srv)"},
-             Row{R"(ab)", true, 1, R"(ab)"},
-             Row{R"(\no_such_root\x)", false, 1, R"(\no_such_root\)"},
-         }) {
-        const Tried tried = tryAll(row.path, row.includeLast);
-        EXPECT_EQ(tried.count, row.count) << row.path;
-        EXPECT_EQ(tried.text,
-                  "[createPathImpl] 5: " + std::string(row.first) + " (5) Access is denied.\r\n");
+    // How many directories are tried where none can be made, and the first of them.
+    const std::tuple<const char*, bool, std::int64_t, std::string> rows[] = {
+        {R"(C:\a\b)", true, 2, R"(C:\a\)"},
+        {R"(C:\a\b.txt)", false, 1, R"(C:\a\)"},
+        {R"(C:\)", true, 1, R"(C:\)"},
+        {R"(C:/a)", true, 1, R"(C:\a)"},
+        {R"(a\b\)", true, 2, R"(a\)"},
+        {R"(a\b\)", false, 2, R"(a\)"},
+        {R"(\\no_such_srv\share\dir\)", true, 2, R"(\\no_such_srv\share\)"},
+        {R"(\\no_such_srv)", true, 1, R"(\\no_such_srv)"},
+        {R"(ab)", true, 1, R"(ab)"},
+        {R"(\no_such_root\x)", false, 1, R"(\no_such_root\)"},
+        {"b.txt", false, 0, ""},
+        {"\\", true, 0, ""}};
+    for (const auto& [path, includeLast, count, first] : rows) {
+        const FaultInjection faults(
+            {.calls = Brelt::createDirectoryCall, .code = ERROR_ACCESS_DENIED, .strikesOn = true});
+        EXPECT_EQ(printed(Brelt::createPathImpl(path, includeLast)),
+                  count == 0 ? "No error"
+                             : "[createPathImpl] 5: " + first + " (5) Access is denied.\r\n");
+        EXPECT_EQ(faults.callCount(), count) << path;
     }
-    EXPECT_EQ(tryAll("b.txt", false).text, "No error");
-    EXPECT_EQ(tryAll("\\", true).text, "No error");
-    EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
-}
-
-TEST_F(CreatePathWalk, TheDriveIsNeverMade) {
-    EXPECT_EQ(Brelt::createPath(R"(C:\a)").codeAt(0), 3);
+    EXPECT_EQ(createPath(R"(C:\a)").codeAt(0), 3) << "the drive is never made";
     EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
 }
 
@@ -85,7 +62,7 @@ TEST_F(CreatePathWalk, ALevelThatExistsMakesUpForAFailureBefore) {
     const FaultInjection faults(
         {.calls = Brelt::getFileAttributesCall, .code = ERROR_ACCESS_DENIED},
         {.calls = Brelt::createDirectoryCall, .code = ERROR_ACCESS_DENIED});
-    EXPECT_FALSE(Brelt::createPath(R"(locked\sub\)"));
+    EXPECT_FALSE(createPath(R"(locked\sub\)"));
     EXPECT_EQ(faults.callCount(1), 1);
 }
 
@@ -94,7 +71,7 @@ TEST_F(CreatePathWalk, OfARunOfFailuresTheFirstIsTold) {
         {.calls = Brelt::createDirectoryCall, .strikeAt = 2, .code = ERROR_ACCESS_DENIED},
         {.calls = Brelt::createDirectoryCall, .strikeAt = 4, .code = ERROR_DISK_FULL});
     // The third level fails by itself, for lack of the second.
-    EXPECT_EQ(printed(Brelt::createPath(R"(x\y\z\w)")),
+    EXPECT_EQ(printed(createPath(R"(x\y\z\w)")),
               "[createPathImpl] 5: x\\y\\ (5) Access is denied.\r\n");
     EXPECT_TRUE(directory.exists("x"));
 }
@@ -102,14 +79,14 @@ TEST_F(CreatePathWalk, OfARunOfFailuresTheFirstIsTold) {
 TEST_F(CreatePathWalk, CodesZeroAnd183CountAsSuccess) {
     for (const DWORD code : {ERROR_SUCCESS, ERROR_ALREADY_EXISTS}) {
         const FaultInjection faults({.calls = Brelt::createDirectoryCall, .code = code});
-        EXPECT_FALSE(Brelt::createPath("neverMade"));
+        EXPECT_FALSE(createPath("neverMade"));
         EXPECT_TRUE(faults.hasStruck());
     }
 }
 
 TEST_F(CreatePathWalk, AFileOnTheWayEndsTheWalk) {
     directory.write("a/file", "kept");
-    EXPECT_EQ(printed(Brelt::createPath("a/file/b")),
+    EXPECT_EQ(printed(createPath("a/file/b")),
               R"([createPathImpl] 183: a\file\ already exists, but is not a valid directory)");
     EXPECT_EQ(directory.read("a/file"), "kept");
 }
@@ -117,7 +94,7 @@ TEST_F(CreatePathWalk, AFileOnTheWayEndsTheWalk) {
 TEST_F(CreatePathWalk, TheLongestPathHas259Bytes) {
     std::string path = "a/" + std::string(200, 'b') + "/";
     path.append(259 - path.size(), 'c');
-    EXPECT_FALSE(Brelt::createPath(path.c_str()));
+    EXPECT_FALSE(createPath(path.c_str()));
     EXPECT_TRUE(directory.exists(path));
 }
 

@@ -4,182 +4,144 @@
 
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
+#include <tuple>
+#include <vector>
 
+#include "foundation/texts.h"
+#include "support/process_state.h"
 #include "support/temp_directory.h"
 
 using Brelt::PFileStream;
+using TestSupport::printed;
 using TestSupport::TempDirectory;
 
 namespace {
 
-std::string printed(const Brelt::ErrorChain& error) {
-    return error.toCharString().cstr();
-}
-
 /// Whether the chain is one node of that function with that code and a text of the system.
 bool isOsFailure(const Brelt::ErrorChain& error, const std::string& function, int code) {
-    const std::string start =
-        "[" + function + "] " + std::to_string(code) + ": (" + std::to_string(code) + ") ";
+    const std::string number = std::to_string(code);
+    const std::string start = "[PFileStream::" + function + "] " + number + ": (" + number + ") ";
     const std::string text = printed(error);
     return text.starts_with(start) && text.size() > start.size() &&
            text.find(" | ") == std::string::npos;
 }
 
-void writeText(PFileStream& stream, const char* text) {
-    const Brelt::ErrorChain error = stream.WriteStr(text);
-    ASSERT_FALSE(error) << printed(error);
-}
+class PFileStreamTest : public testing::Test {
+protected:
+    void write(const char* text) {
+        const Brelt::ErrorChain error = stream.WriteStr(text);
+        ASSERT_FALSE(error) << printed(error);
+    }
 
-TEST(PFileStream, FieldsStandInTheirOrderBehindTheTable) {
+    /// The bytes that stand in the file after "x" was written first thing, or the failure's code.
+    std::string outcome(std::uint32_t mode, bool creates, bool exists) {
+        std::filesystem::remove(directory.path() / "file");
+        if (exists) {
+            directory.write("file", "abc");
+        }
+        const Brelt::ErrorChain error = creates ? stream.Create(name.c_str(), mode)
+                                                : stream.Open(name.c_str(), 0xC0000000, 1, mode);
+        EXPECT_EQ(stream.IsOpen(), error ? 0 : 1);
+        if (error) {
+            return std::to_string(error.codeAt(0));
+        }
+        write("x");
+        EXPECT_FALSE(stream.Close());
+        return directory.read("file");
+    }
+
+    const TempDirectory directory;
+    const std::string name = directory.text("file");
     PFileStream stream;
-    const auto offsetOf = [&](const void* field) {
-        return static_cast<const char*>(field) - reinterpret_cast<const char*>(&stream);
-    };
-    const auto table = static_cast<std::ptrdiff_t>(sizeof(void*));
-    EXPECT_EQ(offsetOf(&stream.openCount), table);
-    EXPECT_EQ(offsetOf(&stream.fileName), 2 * table);
-    EXPECT_EQ(offsetOf(&stream.access), 3 * table);
-    EXPECT_EQ(offsetOf(&stream.share), 3 * table + 4);
-    EXPECT_EQ(offsetOf(&stream.mode), 3 * table + 8);
-    EXPECT_EQ(offsetOf(&stream.file), 3 * table + 16);
+};
+
+TEST_F(PFileStreamTest, FieldsStandInTheirOrderBehindTheTable) {
+    const std::pair<const void*, std::size_t> fields[] = {{&stream.openCount, 0},
+                                                          {&stream.fileName, sizeof(void*)},
+                                                          {&stream.access, 2 * sizeof(void*)},
+                                                          {&stream.share, 2 * sizeof(void*) + 4},
+                                                          {&stream.mode, 2 * sizeof(void*) + 8},
+                                                          {&stream.file, 2 * sizeof(void*) + 16}};
+    for (const auto& [field, offset] : fields) {
+        EXPECT_EQ(field, reinterpret_cast<const char*>(&stream) + sizeof(void*) + offset);
+    }
     EXPECT_EQ(stream.access, 0xC0000000U);
     EXPECT_EQ(stream.share, 1U);
     EXPECT_EQ(stream.mode, 2U);
 }
 
-/// What becomes of a file for one mode: the bytes that stand in it after "x" was written first
-/// thing, or the code of the failure.
-struct ModeRow {
-    std::uint32_t mode;
-    const char* openMissing;
-    const char* openExisting;
-    const char* createMissing;
-    const char* createExisting;
-};
-
-std::ostream& operator<<(std::ostream& out, const ModeRow& row) {
-    return out << "mode " << row.mode;
-}
-
-class PFileStreamModes : public testing::TestWithParam<ModeRow> {
-protected:
-    std::string outcome(bool creates, bool exists) {
-        const TempDirectory directory;
-        if (exists) {
-            directory.write("file", "abc");
-        }
-        const std::uint32_t mode = GetParam().mode;
-        PFileStream stream;
-        const std::string name = directory.text("file");
-        const Brelt::ErrorChain error =
-            creates ? stream.Create(name.c_str(), mode)
-                    : stream.Open(name.c_str(), PFileStream::readAccess | PFileStream::writeAccess,
-                                  PFileStream::shareRead, mode);
-        EXPECT_EQ(stream.IsOpen(), error ? 0 : 1);
-        if (error) {
-            return std::to_string(error.codeAt(0));
-        }
-        writeText(stream, "x");
-        EXPECT_FALSE(stream.Close());
-        return directory.read("file");
+TEST_F(PFileStreamTest, ModesDecideWhatHappensToTheFile) {
+    // The mode; opened where there is no file and where there is one; created likewise.
+    const std::tuple<std::uint32_t, std::string, std::string, std::string, std::string> rows[] = {
+        {0, "2", "xbc", "x", "x"},    {1, "2", "abcx", "x", "abcx"}, {2, "x", "xbc", "x", "x"},
+        {3, "x", "x", "x", "x"},      {0x10, "x", "80", "x", "80"},  {0x11, "x", "80", "x", "80"},
+        {0x13, "x", "80", "x", "80"}, {0x0F, "x", "x", "x", "x"}};
+    for (const auto& [mode, openMissing, openExisting, createMissing, createExisting] : rows) {
+        SCOPED_TRACE(mode);
+        EXPECT_EQ(outcome(mode, false, false), openMissing);
+        EXPECT_EQ(outcome(mode, false, true), openExisting);
+        EXPECT_EQ(outcome(mode, true, false), createMissing);
+        EXPECT_EQ(outcome(mode, true, true), createExisting);
     }
-};
-
-TEST_P(PFileStreamModes, DecideWhatHappensToTheFile) {
-    const ModeRow& row = GetParam();
-    EXPECT_EQ(outcome(false, false), row.openMissing);
-    EXPECT_EQ(outcome(false, true), row.openExisting);
-    EXPECT_EQ(outcome(true, false), row.createMissing);
-    EXPECT_EQ(outcome(true, true), row.createExisting);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    AllModes, PFileStreamModes,
-    testing::Values(ModeRow{0, "2", "xbc", "x", "x"}, ModeRow{1, "2", "abcx", "x", "abcx"},
-                    ModeRow{2, "x", "xbc", "x", "x"}, ModeRow{3, "x", "x", "x", "x"},
-                    ModeRow{0x10, "x", "80", "x", "80"}, ModeRow{0x11, "x", "80", "x", "80"},
-                    ModeRow{0x13, "x", "80", "x", "80"}, ModeRow{0x0F, "x", "x", "x", "x"}));
-
-TEST(PFileStream, OpenForReadingAloneStaysAtTheStart) {
-    const TempDirectory directory;
-    directory.write("file", "abc");
-    PFileStream stream;
-    EXPECT_FALSE(stream.Open(directory.text("file").c_str(), PFileStream::readAccess,
-                             PFileStream::shareRead, PFileStream::atEnd));
-    EXPECT_EQ(stream.Tell(), 0);
-    std::int32_t written = 7;
-    EXPECT_TRUE(isOsFailure(stream.Write("x", 1, &written), "PFileStream::Write", 5));
-    EXPECT_EQ(written, 0);
-}
-
-TEST(PFileStream, AnEmptyNameFailsBeforeAnythingIsClosed) {
-    const TempDirectory directory;
-    PFileStream stream;
-    EXPECT_EQ(printed(stream.Open()), "[PFileStream::Open] -1: Empty file name");
-    EXPECT_EQ(printed(stream.Create(nullptr, 3)), "[PFileStream::Create] -1: Empty file name");
-    ASSERT_FALSE(stream.Create(directory.text("file").c_str(), 3));
-    EXPECT_EQ(printed(stream.Create("", 3)), "[PFileStream::Create] -1: Empty file name");
+TEST_F(PFileStreamTest, AnEmptyNameFailsBeforeAnythingIsClosed) {
+    const std::string noneToOpen = "[PFileStream::Open] -1: Empty file name";
+    const std::string noneToCreate = "[PFileStream::Create] -1: Empty file name";
+    EXPECT_EQ(printed(stream.Open()), noneToOpen);
+    EXPECT_EQ(printed(stream.Create(nullptr, 3)), noneToCreate);
+    ASSERT_FALSE(stream.Create(name.c_str(), 3));
+    EXPECT_EQ(printed(stream.Create("", 3)), noneToCreate);
+    EXPECT_EQ(printed(stream.Open(nullptr, 0, 0, 0)), noneToOpen);
     EXPECT_EQ(stream.IsOpen(), 1);
-    EXPECT_EQ(printed(stream.Open(nullptr, 0, 0, 0)), "[PFileStream::Open] -1: Empty file name");
-    writeText(stream, "still open");
+    write("still open");
     EXPECT_FALSE(stream.Close());
     EXPECT_EQ(directory.read("file"), "still open");
 }
 
-TEST(PFileStream, TheNameIsRememberedAndAnOpenStreamClosedFirst) {
-    const TempDirectory directory;
-    PFileStream stream;
-    ASSERT_FALSE(stream.Create(directory.text("file").c_str(), 3));
-    writeText(stream, "first");
+TEST_F(PFileStreamTest, TheNameIsRememberedAndAnOpenStreamClosedFirst) {
+    ASSERT_FALSE(stream.Create(name.c_str(), 3));
+    write("first");
     ASSERT_FALSE(stream.Create(nullptr, 3));
     EXPECT_EQ(stream.IsOpen(), 1);
     EXPECT_EQ(stream.Size(), 0);
     ASSERT_FALSE(stream.Create(stream.fileName, 1));
-    writeText(stream, "second");
+    write("second");
     EXPECT_FALSE(stream.Close());
     EXPECT_EQ(directory.read("file"), "second");
     EXPECT_FALSE(stream.Close());
     EXPECT_EQ(stream.IsOpen(), 0);
-}
-
-TEST(PFileStream, OpenAfterCreateWithModeThreeEmptiesTheFile) {
-    const TempDirectory directory;
-    PFileStream stream;
-    ASSERT_FALSE(stream.Create(directory.text("file").c_str(), 3));
-    writeText(stream, "abc");
-    ASSERT_FALSE(stream.Close());
+    stream.mode = 3;
     ASSERT_FALSE(stream.Open());
-    EXPECT_EQ(stream.Size(), 0);
+    EXPECT_EQ(stream.Size(), 0) << "the mode is remembered too";
 }
 
-TEST(PFileStream, FailuresCarryTheCodeOfTheSystemAndNoName) {
-    const TempDirectory directory;
-    PFileStream stream;
-    const std::string missing = directory.text("missing");
-    EXPECT_TRUE(isOsFailure(stream.Open(missing.c_str(), PFileStream::readAccess, 1, 0),
-                            "PFileStream::Open", 2));
-    EXPECT_TRUE(
-        isOsFailure(stream.Create((missing + "/file").c_str(), 3), "PFileStream::Create", 3));
-    EXPECT_TRUE(isOsFailure(stream.Create(directory.text().c_str(), 3), "PFileStream::Create", 5));
-    EXPECT_EQ(stream.IsOpen(), 0);
+TEST_F(PFileStreamTest, FailuresCarryTheCodeOfTheSystemAndNoName) {
+    EXPECT_TRUE(isOsFailure(stream.Open(name.c_str(), PFileStream::readAccess, 1, 0), "Open", 2));
+    EXPECT_TRUE(isOsFailure(stream.Create((name + "/file").c_str(), 3), "Create", 3));
+    EXPECT_TRUE(isOsFailure(stream.Create(directory.text().c_str(), 3), "Create", 5));
     EXPECT_EQ(stream.file, nullptr);
+    directory.write("file", "abc");
+    EXPECT_FALSE(stream.Open(name.c_str(), PFileStream::readAccess, 1, PFileStream::atEnd));
+    EXPECT_EQ(stream.Tell(), 0) << "one that is read isn't moved in";
+    std::int32_t written = 7;
+    EXPECT_TRUE(isOsFailure(stream.Write("x", 1, &written), "Write", 5));
+    EXPECT_EQ(written, 0);
 }
 
-TEST(PFileStream, OperationsOnAClosedStreamFailInTheSystem) {
-    PFileStream stream;
+TEST_F(PFileStreamTest, OperationsOnAClosedStreamFailInTheSystem) {
     char byte = 0;
     std::int32_t moved = 7;
-    EXPECT_TRUE(isOsFailure(stream.Read(&byte, 1, &moved), "PFileStream::Read", 6));
+    EXPECT_TRUE(isOsFailure(stream.Read(&byte, 1, &moved), "Read", 6));
     EXPECT_EQ(moved, 0);
-    EXPECT_TRUE(isOsFailure(stream.Write(&byte, 1, &moved), "PFileStream::Write", 6));
-    EXPECT_TRUE(isOsFailure(stream.WriteStr("x"), "PFileStream::Write", 6));
-    EXPECT_TRUE(isOsFailure(stream.Flush(), "PFileStream::Flush", 6));
-    EXPECT_TRUE(isOsFailure(stream.Seek(0), "PFileStream::Seek", 6));
-    EXPECT_TRUE(isOsFailure(stream.SeekOff(0), "PFileStream::SeekOff", 6));
-    EXPECT_TRUE(isOsFailure(stream.SeekEnd(0), "PFileStream::SeekEnd", 6));
-    EXPECT_TRUE(isOsFailure(stream.Truncate(), "PFileStream::Truncate", 6));
+    EXPECT_TRUE(isOsFailure(stream.Write(&byte, 1, &moved), "Write", 6));
+    EXPECT_TRUE(isOsFailure(stream.WriteStr("x"), "Write", 6));
+    EXPECT_TRUE(isOsFailure(stream.Flush(), "Flush", 6));
+    EXPECT_TRUE(isOsFailure(stream.Seek(0), "Seek", 6));
+    EXPECT_TRUE(isOsFailure(stream.SeekOff(0), "SeekOff", 6));
+    EXPECT_TRUE(isOsFailure(stream.SeekEnd(0), "SeekEnd", 6));
+    EXPECT_TRUE(isOsFailure(stream.Truncate(), "Truncate", 6));
     EXPECT_EQ(stream.Size(), -1);
     EXPECT_EQ(stream.Tell(), -1);
     EXPECT_EQ(stream.IsEof(), 1);
@@ -187,64 +149,48 @@ TEST(PFileStream, OperationsOnAClosedStreamFailInTheSystem) {
     EXPECT_EQ(stream.IsOpen(), 0);
 }
 
-TEST(PFileStream, MovesReadsAndEnds) {
-    const TempDirectory directory;
-    PFileStream stream;
-    ASSERT_FALSE(stream.Create(directory.text("file").c_str(), 3));
-    writeText(stream, "0123456789");
+TEST_F(PFileStreamTest, MovesReadsAndEnds) {
+    ASSERT_FALSE(stream.Create(name.c_str(), 3));
+    write("0123456789");
     EXPECT_EQ(stream.IsEof(), 1);
     ASSERT_FALSE(stream.Seek(3));
     ASSERT_FALSE(stream.SeekOff(-1));
     char bytes[20] = {};
-    std::int32_t read = 0;
-    EXPECT_FALSE(stream.Read(bytes, 3, &read));
+    std::int32_t moved = 0;
+    EXPECT_FALSE(stream.Read(bytes, 3, &moved));
     EXPECT_STREQ(bytes, "234");
     EXPECT_EQ(stream.Tell(), 5);
     EXPECT_EQ(stream.IsEof(), 0);
     ASSERT_FALSE(stream.SeekEnd(-2));
-    EXPECT_FALSE(stream.Read(bytes, 20, &read));
-    EXPECT_EQ(read, 2);
-    EXPECT_FALSE(stream.Read(bytes, 20, &read));
-    EXPECT_EQ(read, 0);
-    EXPECT_EQ(printed(stream.ReadBuffer(bytes, 4)),
-              "[PStream::ReadBuffer] -1: Expected 4 bytes, got 0");
-    EXPECT_TRUE(isOsFailure(stream.Seek(-1), "PFileStream::Seek", 131));
-    EXPECT_TRUE(isOsFailure(stream.SeekEnd(-11), "PFileStream::SeekEnd", 131));
+    for (const std::int32_t left : {2, 0}) {
+        EXPECT_FALSE(stream.Read(bytes, 20, &moved));
+        EXPECT_EQ(moved, left);
+    }
+    EXPECT_TRUE(isOsFailure(stream.Seek(-1), "Seek", 131));
+    EXPECT_TRUE(isOsFailure(stream.SeekEnd(-11), "SeekEnd", 131));
+    EXPECT_TRUE(isOsFailure(stream.Read(bytes, -1, &moved), "Read", 87));
+    EXPECT_TRUE(isOsFailure(stream.Write(bytes, -5, &moved), "Write", 87));
+    EXPECT_EQ(moved, 0);
     EXPECT_EQ(stream.Tell(), 10);
     ASSERT_FALSE(stream.Seek(4));
     EXPECT_FALSE(stream.Truncate());
     EXPECT_FALSE(stream.Flush());
     EXPECT_EQ(stream.Size(), 4);
     ASSERT_FALSE(stream.Seek(6));
-    writeText(stream, "x");
+    write("x");
     ASSERT_FALSE(stream.Close());
     EXPECT_EQ(directory.read("file"), std::string("0123\0\0x", 7));
+    EXPECT_EQ(stream.SizeOfFile(name.c_str()), 7);
+    EXPECT_EQ(stream.SizeOfFile(directory.text("missing").c_str()), -1);
+    EXPECT_EQ(stream.SizeOfFile(""), -1);
 }
 
-TEST(PFileStream, SizesBelowZeroAreRefused) {
-    const TempDirectory directory;
-    PFileStream stream;
-    ASSERT_FALSE(stream.Create(directory.text("file").c_str(), 3));
-    writeText(stream, "abc");
-    ASSERT_FALSE(stream.Seek(0));
-    char byte = 0;
-    std::int32_t moved = 7;
-    EXPECT_TRUE(isOsFailure(stream.Read(&byte, -1, &moved), "PFileStream::Read", 87));
-    EXPECT_EQ(moved, 0);
-    EXPECT_TRUE(isOsFailure(stream.Write(&byte, -5, &moved), "PFileStream::Write", 87));
-    EXPECT_EQ(moved, 0);
-    EXPECT_EQ(stream.Size(), 3);
-}
-
-TEST(PFileStream, DealsWithFilesAboveFourGigabytes) {
-    const TempDirectory directory;
-    directory.write("large", "");
-    const std::string name = directory.text("large");
+TEST_F(PFileStreamTest, DealsWithFilesAboveFourGigabytes) {
+    directory.write("file", "");
     constexpr std::int64_t fourGigabytes = std::int64_t{1} << 32;
     // The first size is one whose low half is the mark of a failure.
     for (const std::int64_t size : {fourGigabytes - 1, fourGigabytes, fourGigabytes * 3 - 1}) {
-        std::filesystem::resize_file(directory.path() / "large", static_cast<std::uintmax_t>(size));
-        PFileStream stream;
+        std::filesystem::resize_file(directory.path() / "file", static_cast<std::uintmax_t>(size));
         ASSERT_FALSE(stream.Open(name.c_str(), 0xC0000000, 1, 0));
         EXPECT_EQ(stream.Size(), size);
         EXPECT_EQ(stream.SizeOfFile(name.c_str()), size);
@@ -253,40 +199,37 @@ TEST(PFileStream, DealsWithFilesAboveFourGigabytes) {
         EXPECT_EQ(stream.IsEof(), 1);
         EXPECT_FALSE(stream.SeekOff(-fourGigabytes + 1));
         EXPECT_EQ(stream.Tell(), size - fourGigabytes + 1);
+        ASSERT_FALSE(stream.Close());
     }
-    PFileStream stream;
-    ASSERT_FALSE(stream.Open(name.c_str(), 0xC0000000, 1, 0));
+    ASSERT_FALSE(stream.Open());
     ASSERT_FALSE(stream.Seek(fourGigabytes + 5));
-    writeText(stream, "tail");
+    write("tail");
     ASSERT_FALSE(stream.Seek(fourGigabytes + 6));
     char bytes[4] = {};
     EXPECT_FALSE(stream.ReadBuffer(bytes, 3));
     EXPECT_STREQ(bytes, "ail");
 }
 
-TEST(PFileStream, SizeOfFileTellsMissingFilesApart) {
-    const TempDirectory directory;
-    directory.write("file", "12345");
-    PFileStream stream;
-    EXPECT_EQ(stream.SizeOfFile(directory.text("file").c_str()), 5);
-    EXPECT_EQ(stream.SizeOfFile(directory.text("missing").c_str()), -1);
-    EXPECT_EQ(stream.SizeOfFile(""), -1);
+TEST_F(PFileStreamTest, NamesOfAnyScriptAndLengthAreTaken) {
+    const std::string any = "\xC3\xA4\xE6\x9C\xA8\xF0\x9F\x98\x80";
+    ASSERT_FALSE(stream.Create(directory.text(any).c_str(), 3));
+    EXPECT_TRUE(directory.exists(any));
+    // More units than a name's copy on the stack holds.
+    std::string roundabout = directory.text();
+    for (int i = 0; i < 800; ++i) {
+        roundabout += "/.";
+    }
+    ASSERT_FALSE(stream.Open((roundabout + "/" + any).c_str(), PFileStream::readAccess, 1, 0));
+    EXPECT_EQ(stream.Size(), 0);
 }
 
-TEST(PFileStream, NamesOfAnyScriptAndLengthAreTaken) {
-    const TempDirectory directory;
-    const std::string name = "\xC3\xA4\xE6\x9C\xA8\xF0\x9F\x98\x80";
-    PFileStream stream;
-    ASSERT_FALSE(stream.Create(directory.text(name).c_str(), 3));
-    ASSERT_FALSE(stream.Close());
-    EXPECT_TRUE(directory.exists(name));
-    // More units than a name's copy on the stack holds.
-    std::string roundabout = directory.text() + "/";
-    for (int i = 0; i < 800; ++i) {
-        roundabout += "./";
+TEST_F(PFileStreamTest, DestructorClosesTheFile) {
+    const TestSupport::ProcessState before = TestSupport::ProcessState::now();
+    {
+        PFileStream other;
+        ASSERT_FALSE(other.Create(name.c_str(), 3));
     }
-    ASSERT_FALSE(stream.Open((roundabout + name).c_str(), PFileStream::readAccess, 1, 0));
-    EXPECT_EQ(stream.Size(), 0);
+    EXPECT_EQ(TestSupport::ProcessState::settledTo(before), before);
 }
 
 }  // namespace

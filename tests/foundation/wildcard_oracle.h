@@ -1,7 +1,7 @@
 #pragma once
 
-// The matcher as it is told, by recursion: what the one without it is held against, by tests and by
-// a fuzz target.
+// The matcher as it is told, by recursion and as slow as it likes: what the one without it is held
+// against, by tests and by a fuzz target.
 
 #include <cctype>
 #include <cstdint>
@@ -11,137 +11,102 @@
 
 namespace Brelt {
 
-/// The plain matcher: recursive, and as slow as it likes.
 class WildcardOracle {
 public:
-    WildcardOracle(const char* text, std::int32_t flags)
-        : text_(text), start_(text), flags_(flags) {}
+    WildcardOracle(const char* text, std::int32_t flags) : start_(text), flags_(flags) {}
 
-    int match(const char* p) {
-        int result = open;
-        while (result == open) {
-            result = step(p);
-        }
-        return result;
-    }
+    /// 0 for a match, otherwise 1.
+    int match(const char* pattern) const { return matches(pattern, start_) ? 0 : 1; }
 
 private:
-    static constexpr int open = -1;
-
-    int step(const char*& p) {
-        const char c = *p++;
-        switch (c) {
+    bool matches(const char* p, const char* text) const {
+        switch (*p) {
             case '\0':
-                return (has(WildcardLeadingDir) && *text_ == '\\') || *text_ == '\0' ? 0 : 1;
+                return *text == '\0' || (*text == '\\' && has(WildcardLeadingDir));
             case '*':
-                return star(p);
+                return star(p + std::strspn(p, "*"), text);
             case '?':
-                return any();
+                return !isOut(text) && !isLeadingDot(text) && matches(p + 1, text + 1);
             case '[':
-                return bracket(p);
+                return !isOut(text) && bracket(p + 1, text);
             default:
-                return literal(c, p);
+                return literal(p, text);
         }
     }
 
-    int star(const char*& p) {
-        p += std::strspn(p, "*");
-        if (leadingDot()) {
-            return 1;
+    bool star(const char* p, const char* text) const {
+        if (isLeadingDot(text)) {
+            return false;
         }
-        const char* separator = std::strchr(text_, '\\');
+        const char* separator = has(WildcardPathName) ? std::strchr(text, '\\') : nullptr;
         if (*p == '\0') {
-            const bool crosses = !has(WildcardPathName) || has(WildcardLeadingDir);
-            return crosses || separator == nullptr ? 0 : 1;
+            return separator == nullptr || has(WildcardLeadingDir);
         }
-        if (*p != '\\' || !has(WildcardPathName)) {
-            return tryPlaces(p);
+        if (*p == '\\' && has(WildcardPathName)) {
+            return separator != nullptr && matches(p, separator);
         }
-        text_ = separator;
-        return separator == nullptr ? 1 : open;
+        for (; *text != '\0'; ++text) {
+            if (WildcardOracle(text, flags_ & ~WildcardPeriod).matches(p, text)) {
+                return true;
+            }
+            if (text == separator) {
+                return false;
+            }
+        }
+        return false;
+    }
+
+    /// Takes one character of a bracket, which is low to high, off the pattern.
+    bool member(const char*& p, int& value) const {
+        p += *p == '\\' && !has(WildcardNoEscape) ? 1 : 0;
+        value = folded(*p);
+        return *p++ != '\0';
+    }
+
+    bool bracket(const char* p, const char* text) const {
+        const bool isNegated = *p == '!' || *p == '^';
+        p += isNegated ? 1 : 0;
+        bool isHit = false;
+        while (*p != ']') {
+            int low = 0;
+            if (!member(p, low)) {
+                return false;
+            }
+            int high = low;
+            if (*p == '-' && p[1] != '\0' && p[1] != ']' && !member(++p, high)) {
+                return false;
+            }
+            isHit |= low <= folded(*text) && folded(*text) <= high;
+        }
+        return isHit != isNegated && matches(p + 1, text + 1);
+    }
+
+    bool literal(const char* p, const char* text) const {
+        p += *p == '\\' && p[1] != '\0' && !has(WildcardNoEscape) ? 1 : 0;
+        if (folded(*p) == folded(*text)) {
+            return matches(p + 1, text + 1);
+        }
+        const bool isBehindRoot = text == start_ + 1 && *start_ == '\\';
+        return has(WildcardPrefixDirs) && *text == '\0' &&
+               ((*p == '\\' && text != start_) || isBehindRoot);
     }
 
     bool has(std::int32_t flag) const { return (flags_ & flag) != 0; }
 
-    int fold(char c) const {
+    int folded(char c) const {
         const auto byte = static_cast<unsigned char>(c);
         return has(WildcardCaseFold) ? std::tolower(byte) : byte;
     }
 
-    bool leadingDot() const {
-        return *text_ == '.' && has(WildcardPeriod) &&
-               (text_ == start_ || (has(WildcardPathName) && text_[-1] == '\\'));
+    bool isLeadingDot(const char* text) const {
+        return *text == '.' && has(WildcardPeriod) &&
+               (text == start_ || (has(WildcardPathName) && text[-1] == '\\'));
     }
 
-    bool isOut() const { return *text_ == '\0' || (*text_ == '\\' && has(WildcardPathName)); }
-
-    int tryPlaces(const char* p) const {
-        for (const char* place = text_; *place != '\0'; ++place) {
-            if (WildcardOracle(place, flags_ & ~WildcardPeriod).match(p) == 0) {
-                return 0;
-            }
-            if (*place == '\\' && has(WildcardPathName)) {
-                break;
-            }
-        }
-        return 1;
+    bool isOut(const char* text) const {
+        return *text == '\0' || (*text == '\\' && has(WildcardPathName));
     }
 
-    int any() {
-        if (isOut() || leadingDot()) {
-            return 1;
-        }
-        ++text_;
-        return open;
-    }
-
-    bool member(const char*& p, int& value) const {
-        if (*p == '\\' && !has(WildcardNoEscape)) {
-            ++p;
-        }
-        value = fold(*p);
-        return *p++ != '\0';
-    }
-
-    int bracket(const char*& p) {
-        if (isOut()) {
-            return 1;
-        }
-        const bool negated = *p == '!' || *p == '^';
-        p += negated ? 1 : 0;
-        bool hit = false;
-        while (*p != ']') {
-            int low = 0;
-            if (!member(p, low)) {
-                return 1;
-            }
-            int high = low;
-            if (*p == '-' && p[1] != '\0' && p[1] != ']' && !member(++p, high)) {
-                return 1;
-            }
-            hit |= low <= fold(*text_) && fold(*text_) <= high;
-        }
-        ++p;
-        ++text_;
-        return hit == negated ? 1 : open;
-    }
-
-    int literal(char c, const char*& p) {
-        if (c == '\\' && !has(WildcardNoEscape) && *p != '\0') {
-            c = *p++;
-        }
-        if (fold(c) == fold(*text_)) {
-            ++text_;
-            return open;
-        }
-        const bool behind = text_ == start_ + 1 && *start_ == '\\';
-        return has(WildcardPrefixDirs) && *text_ == '\0' &&
-                       ((c == '\\' && text_ != start_) || behind)
-                   ? 0
-                   : 1;
-    }
-
-    const char* text_;
     const char* start_;
     std::int32_t flags_;
 };

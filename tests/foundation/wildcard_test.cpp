@@ -4,8 +4,10 @@
 
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "foundation/texts.h"
 #include "foundation/wildcard_oracle.h"
 
 namespace Brelt {
@@ -22,34 +24,28 @@ std::vector<std::string> allTexts(const std::string& letters, std::size_t longes
     return texts;
 }
 
-::testing::AssertionResult agrees(const std::string& pattern, const std::string& text) {
+testing::AssertionResult agrees(const std::string& pattern, const std::string& text) {
     for (std::int32_t flags = 0; flags < 64; ++flags) {
         const int expected = WildcardOracle(text.c_str(), flags).match(pattern.c_str());
         if (wildcardMatchFlags(pattern.c_str(), text.c_str(), flags) != expected) {
-            return ::testing::AssertionFailure()
-                   << "pattern " << pattern << " text " << text << " flags " << flags
-                   << " should give " << expected;
+            return testing::AssertionFailure()
+                   << pattern << " on " << text << " with " << flags << " should give " << expected;
         }
     }
-    return ::testing::AssertionSuccess();
+    return testing::AssertionSuccess();
+}
+
+void agreeAll(const std::vector<std::string>& patterns, const std::vector<std::string>& texts) {
+    for (const std::string& pattern : patterns) {
+        for (const std::string& text : texts) {
+            ASSERT_TRUE(agrees(pattern, text));
+        }
+    }
 }
 
 TEST(Wildcard, AgreesWithTheRecursiveFormOnAllSmallPatternsAndTexts) {
-    const std::vector<std::string> texts = allTexts("a.\\", 4);
-    for (const std::string& pattern : allTexts("a*\\.", 4)) {
-        for (const std::string& text : texts) {
-            ASSERT_TRUE(agrees(pattern, text));
-        }
-    }
-}
-
-TEST(Wildcard, AgreesWithTheRecursiveFormOnAllRowsOfStarsAndSeparators) {
-    const std::vector<std::string> texts = allTexts("a\\", 5);
-    for (const std::string& pattern : allTexts("a*\\", 6)) {
-        for (const std::string& text : texts) {
-            ASSERT_TRUE(agrees(pattern, text));
-        }
-    }
+    agreeAll(allTexts("a*\\.", 4), allTexts("a.\\", 4));
+    agreeAll(allTexts("a*\\", 6), allTexts("a\\", 5));
 }
 
 TEST(Wildcard, AgreesWithTheRecursiveFormOnGeneratedPatterns) {
@@ -92,59 +88,39 @@ TEST(Wildcard, ManyStarsAgainstALongTextEnd) {
     }
 }
 
-struct Case {
-    const char* pattern;
-    const char* text;
-    std::int32_t flags;
-    bool matches;
-};
-
 TEST(Wildcard, Table) {
-    const Case cases[] = {
-        {"", "", 0, true},
-        {"", "a", 0, false},
-        {"*", "", 0, true},
-        {"***", "a.b", 0, true},
-        {"?", "", 0, false},
-        {"a*b", "ab", 0, true},
-        {"ab", "abc", 0, false},
-        {"*b\\\\*z", "b\\ba", WildcardPrefixDirs, false},
-        {"*a\\\\*z", "a\\ba", WildcardPrefixDirs, true},
-        {"*\\\\ab", "x\\", WildcardPrefixDirs, true},
-        {"[ab", "a", 0, false},
-        {"[]", "]", 0, false},
-        {"[!]", "x", 0, true},
-        {"[\\]]", "]", 0, true},
-        {"[a!]", "!", 0, true},
-        {"[-a]", "-", 0, true},
-        {"[a-]", "-", 0, true},
-        {"[c-a]", "b", 0, false},
-        {"[!a]", "", 0, false},
-        {"[\x80-\xFF]", "\xC3", 0, true},
-        {"\\*", "*", 0, true},
-        {"\\*", "\\x", 0, false},
-        {"\\*", "\\x", WildcardNoEscape, true},
-        {"a\\", "a\\", 0, true},
-        {"[A-C]X", "bx", WildcardCaseFold, true},
-        {"[a-c]", "B", 0, false},
-        {"*b", "a\\b", WildcardPathName, false},
-        {"a?b", "a\\b", WildcardPathName, false},
-        {"*\\\\b", "a\\b", WildcardPathName, true},
-        {"*\\a", "a\\a", WildcardPathName, false},
-        {"a*", "ab\\c", WildcardPathName, false},
-        {"a*", "ab\\c", WildcardPathName | WildcardLeadingDir, true},
-        {"ab", "ab\\c", WildcardLeadingDir, true},
-        {"*", ".a", WildcardPeriod, false},
-        {"?a", ".a", WildcardPeriod, false},
-        {"[.]a", ".a", WildcardPeriod, true},
-        {"a\\\\*", "a\\.b", WildcardPeriod, true},
-        {"a\\\\*", "a\\.b", WildcardPeriod | WildcardPathName, false},
-        {"a\\\\b", "a", WildcardPrefixDirs, true},
-        {"\\\\b", "", WildcardPrefixDirs, false},
+    using Rows = std::vector<std::string>;
+    constexpr std::int32_t path = WildcardPathName;
+    // Flags; patterns and texts that match under them; and others.
+    const std::tuple<std::int32_t, Rows, Rows> groups[] = {
+        {0,
+         {" -> ", "* -> ", "*** -> a.b", "a*b -> ab", "[!] -> x", R"([\]] -> ])", "[a!] -> !",
+          "[-a] -> -", "[a-] -> -", "[\x80-\xFF] -> \xC3", R"(\* -> *)", R"(a\ -> a\)"},
+         {" -> a", "? -> ", "ab -> abc", "[ab -> a", "[] -> ]", "[c-a] -> b", "[!a] -> ",
+          R"(\* -> \x)", "[a-c] -> B"}},
+        {WildcardNoEscape, {R"(\* -> \x)"}, {}},
+        {WildcardCaseFold, {"[A-C]X -> bx"}, {}},
+        {path,
+         {R"(*\\b -> a\b)"},
+         {R"(*b -> a\b)", R"(a?b -> a\b)", R"(*\a -> a\a)", R"(a* -> ab\c)"}},
+        {WildcardLeadingDir, {R"(ab -> ab\c)"}, {}},
+        {path | WildcardLeadingDir, {R"(a* -> ab\c)"}, {}},
+        {WildcardPeriod, {"[.]a -> .a", R"(a\\* -> a\.b)"}, {"* -> .a", "?a -> .a"}},
+        {path | WildcardPeriod, {}, {R"(a\\* -> a\.b)"}},
+        {WildcardPrefixDirs,
+         {R"(*a\\*z -> a\ba)", R"(*\\ab -> x\)", R"(a\\b -> a)"},
+         {R"(*b\\*z -> b\ba)", R"(\\b -> )"}}};
+    const auto result = [](const std::string& row, std::int32_t flags) {
+        const auto [pattern, text] = TestSupport::bothSides(row);
+        return wildcardMatchFlags(pattern.c_str(), text.c_str(), flags);
     };
-    for (const Case& c : cases) {
-        EXPECT_EQ(wildcardMatchFlags(c.pattern, c.text, c.flags), c.matches ? 0 : 1)
-            << c.pattern << " on " << c.text << " with " << c.flags;
+    for (const auto& [flags, matching, others] : groups) {
+        for (const std::string& row : matching) {
+            EXPECT_EQ(result(row, flags), 0) << row << " with " << flags;
+        }
+        for (const std::string& row : others) {
+            EXPECT_EQ(result(row, flags), 1) << row << " with " << flags;
+        }
     }
 }
 

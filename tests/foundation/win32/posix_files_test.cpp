@@ -1,4 +1,5 @@
-// The stand-in's calls on files: the codes of failures, positions, and what happens to descriptors.
+// Files where the system is POSIX: its codes, what happens to descriptors, and calls that fail
+// seldom.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -7,231 +8,208 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
+#include <limits>
+#include <string>
+#include <tuple>
 
-#include "posix_test_support.h"
+#include "foundation/paths.h"
+#include "foundation/pfile_stream.h"
+#include "foundation/texts.h"
+#include "foundation/win32/fault_injection.h"
+#include "foundation/win32/win32.h"
+#include "support/process_state.h"
+#include "support/temp_directory.h"
 
-using TestSupport::createFile;
-using TestSupport::errorOfCreateFile;
-using TestSupport::TempDirectory;
+using Brelt::FaultInjection;
+using Brelt::PFileStream;
+using TestSupport::printed;
+using TestSupport::ProcessState;
 
 namespace {
 
-TEST(PosixCreateFile, FailsWithTheCodeThatWindowsHasForTheSituation) {
-    const TempDirectory directory;
-    directory.write("file", "x");
-    directory.write("sub/file", "x");
-    std::filesystem::create_symlink("loop", directory.path() / "loop");
-    struct Row {
-        const char* name;
-        DWORD disposition;
-        DWORD code;
-    };
-    const std::string longName = "/" + std::string(300, 'n');
-    const std::string longPath = "/" + std::string(5000, 'n');
-    for (const Row& row : {
-             Row{"/missing", OPEN_EXISTING, ERROR_FILE_NOT_FOUND},
-             Row{"/missing/file", OPEN_EXISTING, ERROR_PATH_NOT_FOUND},
-             Row{"/missing/file", CREATE_ALWAYS, ERROR_PATH_NOT_FOUND},
-             Row{"/file/below", OPEN_ALWAYS, ERROR_PATH_NOT_FOUND},
-             Row{"/sub", OPEN_EXISTING, ERROR_ACCESS_DENIED},
-             Row{"/sub", CREATE_ALWAYS, ERROR_ACCESS_DENIED},
-             Row{"/sub/", CREATE_ALWAYS, ERROR_ACCESS_DENIED},
-             Row{"/file/", OPEN_EXISTING, ERROR_INVALID_NAME},
-             Row{"/missing\\", CREATE_ALWAYS, ERROR_INVALID_NAME},
-             Row{"/file", CREATE_NEW, ERROR_FILE_EXISTS},
-             Row{"/loop", OPEN_EXISTING, ERROR_CANT_RESOLVE_FILENAME},
-             Row{longName.c_str(), CREATE_ALWAYS, ERROR_FILENAME_EXCED_RANGE},
-             Row{longPath.c_str(), CREATE_ALWAYS, ERROR_FILENAME_EXCED_RANGE},
-             Row{"\\sub\\file", OPEN_EXISTING, 0},
-             Row{"/sub\\new", CREATE_NEW, 0},
-         }) {
-        EXPECT_EQ(errorOfCreateFile(directory.text() + row.name, row.disposition), row.code)
-            << row.name << ", disposition " << row.disposition;
+class PosixFiles : public testing::Test {
+protected:
+    PosixFiles() { directory.write("sub/file", "abc"); }
+
+    std::int32_t codeOfOpen(const std::string& path, std::uint32_t mode,
+                            std::uint32_t access = PFileStream::readAccess |
+                                                   PFileStream::writeAccess) {
+        return stream.Open(path.c_str(), access, PFileStream::shareRead, mode).codeAt(0);
     }
-    EXPECT_EQ(errorOfCreateFile("", OPEN_ALWAYS), ERROR_PATH_NOT_FOUND);
-    EXPECT_EQ(errorOfCreateFile(directory.text("sub"), OPEN_EXISTING, GENERIC_READ),
-              ERROR_ACCESS_DENIED);
+
+    /// The descriptor that the file is open under, or -1.
+    int descriptor() const {
+        for (int number = 0; number < 1000; ++number) {
+            std::error_code ignored;
+            if (std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(number), ignored) ==
+                name) {
+                return number;
+            }
+        }
+        return -1;
+    }
+
+    const TestSupport::TempDirectory directory;
+    const std::string base = directory.text();
+    const std::string name = directory.text("sub/file");
+    PFileStream stream;
+};
+
+TEST_F(PosixFiles, OpeningFailsWithTheCodeThatWindowsHasForTheSituation) {
+    std::filesystem::create_symlink("loop", directory.path() / "loop");
+    constexpr std::uint32_t open = 0;
+    constexpr std::uint32_t make = PFileStream::openOrMake;
+    constexpr std::uint32_t empty = PFileStream::alwaysEmpty;
+    constexpr std::uint32_t fresh = PFileStream::mustNotExist;
+    const std::tuple<std::string, std::uint32_t, DWORD> rows[] = {
+        {"/missing", open, ERROR_FILE_NOT_FOUND},
+        {"/missing/file", open, ERROR_PATH_NOT_FOUND},
+        {"/missing/file", empty, ERROR_PATH_NOT_FOUND},
+        {"/sub/file/below", make, ERROR_PATH_NOT_FOUND},
+        {"/sub", open, ERROR_ACCESS_DENIED},
+        {"/sub", empty, ERROR_ACCESS_DENIED},
+        {"/sub/", empty, ERROR_ACCESS_DENIED},
+        {"/sub/file/", open, ERROR_INVALID_NAME},
+        {"/missing\\", empty, ERROR_INVALID_NAME},
+        {"/sub/file", fresh, ERROR_FILE_EXISTS},
+        {"/loop", open, ERROR_CANT_RESOLVE_FILENAME},
+        {"/" + std::string(300, 'n'), empty, ERROR_FILENAME_EXCED_RANGE},
+        {"/" + std::string(5000, 'n'), empty, ERROR_FILENAME_EXCED_RANGE},
+        {"\\sub\\file", open, ERROR_SUCCESS},
+        {"/sub\\new", fresh, ERROR_SUCCESS}};
+    for (const auto& [path, mode, code] : rows) {
+        EXPECT_EQ(codeOfOpen(base + path, mode), static_cast<std::int32_t>(code))
+            << path << ", mode " << mode;
+    }
     EXPECT_FALSE(directory.exists("missing"));
+    for (const char* const path : {"kiv_missing", "\\kiv_missing"}) {
+        EXPECT_EQ(codeOfOpen(path, open), 2) << path;
+    }
+    EXPECT_EQ(codeOfOpen(base + "/sub", open, PFileStream::readAccess), 5);
 }
 
-TEST(PosixCreateFile, OutOfDescriptorsIsTooManyOpenFiles) {
-    const TempDirectory directory;
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    rlimit none = before;
-    none.rlim_cur = 0;
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    const DWORD code = errorOfCreateFile(directory.text("file"), CREATE_ALWAYS);
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
-    EXPECT_EQ(code, ERROR_TOO_MANY_OPEN_FILES);
-}
-
-TEST(PosixCreateFile, APipeInAFilesPlaceHoldsNobodyUp) {
-    const TempDirectory directory;
+TEST_F(PosixFiles, APipeInAFilesPlaceHoldsNobodyUp) {
     ASSERT_EQ(mkfifo(directory.text("pipe").c_str(), 0600), 0);
-    const HANDLE file = createFile(directory.text("pipe"), OPEN_EXISTING, GENERIC_READ);
-    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    ASSERT_EQ(codeOfOpen(directory.text("pipe"), 0, PFileStream::readAccess), 0);
     char byte = 0;
-    DWORD read = 1;
-    EXPECT_TRUE(ReadFile(file, &byte, 1, &read, nullptr));
-    EXPECT_EQ(read, 0U);
-    LONG high = 0;
-    EXPECT_EQ(SetFilePointer(file, 0, &high, FILE_BEGIN), INVALID_SET_FILE_POINTER);
-    EXPECT_EQ(GetLastError(), ERROR_SEEK_ON_DEVICE);
-    CloseHandle(file);
+    std::int32_t read = 1;
+    EXPECT_FALSE(stream.Read(&byte, 1, &read));
+    EXPECT_EQ(read, 0);
+    EXPECT_EQ(stream.Seek(0).codeAt(0), 132);
 }
 
-TEST(PosixCreateFile, ProgramsThatAreStartedDontInheritTheFile) {
-    const TempDirectory directory;
-    const HANDLE file = createFile(directory.text("file"), CREATE_ALWAYS);
-    const int descriptor = TestSupport::descriptorOn(directory.path() / "file");
-    ASSERT_NE(descriptor, -1);
-    EXPECT_NE(fcntl(descriptor, F_GETFD) & FD_CLOEXEC, 0);
-    CloseHandle(file);
-}
-
-TEST(PosixCreateFile, AFileNeverTakesTheNumberOfAClosedStandardStream) {
-    const TempDirectory directory;
+TEST_F(PosixFiles, NoFileIsInheritedNorTakesTheNumberOfAClosedStandardStream) {
     const int kept = fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 10);
-    close(STDIN_FILENO);
-    const HANDLE file = createFile(directory.text("file"), CREATE_ALWAYS);
-    const int descriptor = TestSupport::descriptorOn(directory.path() / "file");
-    const bool stillClosed = fcntl(STDIN_FILENO, F_GETFD) == -1;
-    CloseHandle(file);
+    for (const bool standardInputIsClosed : {false, true}) {
+        if (standardInputIsClosed) {
+            close(STDIN_FILENO);
+        }
+        ASSERT_EQ(codeOfOpen(name, PFileStream::writeThrough), 0);
+        EXPECT_GT(descriptor(), STDERR_FILENO);
+        EXPECT_NE(fcntl(descriptor(), F_GETFD) & FD_CLOEXEC, 0);
+        EXPECT_EQ(fcntl(descriptor(), F_GETFL) & O_SYNC, O_SYNC);
+    }
+    const bool isStillClosed = fcntl(STDIN_FILENO, F_GETFD) == -1;
     if (kept != -1) {
         dup2(kept, STDIN_FILENO);
         close(kept);
     }
-    EXPECT_GT(descriptor, STDERR_FILENO);
-    EXPECT_TRUE(stillClosed);
+    EXPECT_TRUE(isStillClosed);
 }
 
-TEST(PosixFiles, CallsOnAHandleThatIsNoneFailWithInvalidHandle) {
-    char byte = 0;
-    DWORD moved = 7;
-    DWORD high = 0;
-    LONG distanceHigh = 0;
-    for (const HANDLE file : {static_cast<HANDLE>(nullptr), INVALID_HANDLE_VALUE,
-                              reinterpret_cast<HANDLE>(std::intptr_t{1000000})}) {
-        const auto invalid = [] {
-            const DWORD code = GetLastError();
-            SetLastError(0);
-            return code == ERROR_INVALID_HANDLE;
-        };
-        EXPECT_TRUE(!ReadFile(file, &byte, 1, &moved, nullptr) && moved == 0 && invalid());
-        EXPECT_TRUE(!WriteFile(file, &byte, 1, &moved, nullptr) && moved == 0 && invalid());
-        EXPECT_TRUE(!WriteFile(file, &byte, 0, &moved, nullptr) && invalid());
-        EXPECT_TRUE(SetFilePointer(file, 0, &distanceHigh, FILE_BEGIN) == 0xFFFFFFFF && invalid());
-        EXPECT_TRUE(GetFileSize(file, &high) == 0xFFFFFFFF && invalid());
-        EXPECT_TRUE(!SetEndOfFile(file) && invalid());
-        EXPECT_TRUE(!FlushFileBuffers(file) && invalid());
-        EXPECT_TRUE(!CloseHandle(file) && invalid());
-        EXPECT_TRUE(!FindClose(file) && invalid());
-    }
-}
-
-TEST(PosixFiles, ASoundHandleWithoutTheAccessIsDenied) {
-    const TempDirectory directory;
-    directory.write("file", "abc");
+TEST_F(PosixFiles, AnOpenFileWithoutTheAccessIsDenied) {
     char byte = 'x';
-    DWORD moved = 0;
-    const HANDLE reader = createFile(directory.text("file"), OPEN_EXISTING, GENERIC_READ);
-    const auto denied = [] { return GetLastError() == ERROR_ACCESS_DENIED; };
-    EXPECT_TRUE(!WriteFile(reader, &byte, 1, &moved, nullptr) && denied());
-    SetLastError(0);
-    EXPECT_TRUE(!SetEndOfFile(reader) && denied());
-    SetLastError(0);
-    EXPECT_TRUE(!FlushFileBuffers(reader) && denied());
-    CloseHandle(reader);
-    SetLastError(0);
-    const HANDLE writer = createFile(directory.text("file"), OPEN_EXISTING, GENERIC_WRITE);
-    EXPECT_TRUE(!ReadFile(writer, &byte, 1, &moved, nullptr) && denied());
-    EXPECT_TRUE(FlushFileBuffers(writer));
-    CloseHandle(writer);
-    EXPECT_EQ(directory.read("file"), "abc");
+    std::int32_t moved = 0;
+    ASSERT_EQ(codeOfOpen(name, 0, PFileStream::readAccess), 0);
+    EXPECT_EQ(stream.Truncate().codeAt(0), 5);
+    EXPECT_EQ(stream.Flush().codeAt(0), 5);
+    EXPECT_EQ(stream.SeekOff(1).codeAt(0), 0);
+    EXPECT_EQ(stream.SeekOff(std::numeric_limits<std::int64_t>::max()).codeAt(0), 87);
+    ASSERT_EQ(codeOfOpen(name, 0, PFileStream::writeAccess), 0);
+    EXPECT_EQ(stream.Read(&byte, 1, &moved).codeAt(0), 5);
+    EXPECT_FALSE(stream.Flush());
+    EXPECT_EQ(directory.read("sub/file"), "abc");
 }
 
-TEST(PosixFiles, AFullDiskIsToldAsSuch) {
-    if (!std::filesystem::exists("/dev/full")) {
-        GTEST_SKIP() << "this system has no /dev/full";
-    }
-    const HANDLE file = createFile("/dev/full", OPEN_EXISTING, GENERIC_WRITE);
-    ASSERT_NE(file, INVALID_HANDLE_VALUE);
-    DWORD written = 9;
-    EXPECT_FALSE(WriteFile(file, "abc", 3, &written, nullptr));
-    EXPECT_EQ(GetLastError(), ERROR_DISK_FULL);
-    EXPECT_EQ(written, 0U);
-    CloseHandle(file);
-}
-
-TEST(PosixFiles, AShortWriteIsGoneOnWithUntilTheSystemSaysWhy) {
-    const TempDirectory directory;
-    const HANDLE file = createFile(directory.text("file"), CREATE_ALWAYS);
+TEST_F(PosixFiles, AShortWriteIsGoneOnWithUntilTheSystemSaysWhy) {
+    ASSERT_FALSE(stream.Create(name.c_str(), 3));
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-    rlimit fiveBytes = before;
-    fiveBytes.rlim_cur = 5;
+    const rlimit fiveBytes{5, before.rlim_max};
     const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &fiveBytes), 0);
-    DWORD written = 0;
-    const BOOL done = WriteFile(file, "0123456789", 10, &written, nullptr);
-    const DWORD code = GetLastError();
+    std::int32_t written = 0;
+    const Brelt::ErrorChain error = stream.Write("0123456789", 10, &written);
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
     std::signal(SIGXFSZ, handler);
-    EXPECT_FALSE(done);
-    EXPECT_EQ(code, ERROR_FILE_TOO_LARGE);
-    EXPECT_EQ(written, 5U);
-    CloseHandle(file);
-    EXPECT_EQ(directory.read("file"), "01234");
+    EXPECT_EQ(error.codeAt(0), static_cast<std::int32_t>(ERROR_FILE_TOO_LARGE));
+    EXPECT_EQ(written, 5);
+    EXPECT_EQ(directory.read("sub/file"), "01234");
 }
 
-TEST(PosixSetFilePointer, MovesAsToldAndRefusesWhatWindowsRefuses) {
-    const TempDirectory directory;
-    directory.write("file", "0123456789");
-    const HANDLE file = createFile(directory.text("file"), OPEN_EXISTING);
-    struct Row {
-        LONG low;
-        LONG high;
-        DWORD method;
-        DWORD position;
-        DWORD code;
-    };
-    constexpr DWORD failed = INVALID_SET_FILE_POINTER;
-    for (const Row& row : {
-             Row{4, 0, FILE_BEGIN, 4, 0},
-             Row{-1, -1, FILE_CURRENT, 3, 0},
-             Row{-3, -1, FILE_END, 7, 0},
-             Row{90, 0, FILE_BEGIN, 90, 0},
-             Row{-91, -1, FILE_CURRENT, failed, ERROR_NEGATIVE_SEEK},
-             Row{-1, -1, FILE_BEGIN, failed, ERROR_NEGATIVE_SEEK},
-             Row{-1, 0x7FFFFFFF, FILE_CURRENT, failed, ERROR_INVALID_PARAMETER},
-             Row{0, 0, FILE_CURRENT, 90, 0},
-             Row{-1, 0, FILE_BEGIN, 0xFFFFFFFF, 0},
-         }) {
-        SetLastError(12345);
-        LONG high = row.high;
-        EXPECT_EQ(SetFilePointer(file, row.low, &high, row.method), row.position);
-        EXPECT_EQ(GetLastError(), row.code) << row.low << ", method " << row.method;
+TEST_F(PosixFiles, LinksAndStarsAreNamesLikeOthers) {
+    std::filesystem::create_symlink("nowhere", directory.path() / "dangling");
+    std::filesystem::create_directory_symlink("sub", directory.path() / "link");
+    directory.write("a*b", "12345");
+    directory.write("axb", "1");
+    for (const char* const path : {"/sub", "\\sub\\\\", "\\link\\"}) {
+        EXPECT_EQ(Brelt::isDirectory((base + path).c_str()), 1) << path;
     }
-    LONG high = 3;
-    EXPECT_EQ(SetFilePointer(file, 5, &high, FILE_BEGIN), 5U);
-    EXPECT_EQ(high, 3);
-    EXPECT_EQ(SetFilePointer(file, 0, nullptr, FILE_CURRENT), INVALID_SET_FILE_POINTER);
-    EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(SetFilePointer(file, -2, nullptr, FILE_END), 8U);
-    CloseHandle(file);
+    for (const char* const path : {"/dangling", "\\sub\\file\\"}) {
+        EXPECT_TRUE(Brelt::fileExists((base + path).c_str())) << path;
+        EXPECT_EQ(Brelt::isDirectory((base + path).c_str()), 0) << path;
+    }
+    EXPECT_EQ(Brelt::isDirectory("\\"), 1);
+    EXPECT_EQ(stream.SizeOfFile((base + "\\a*b").c_str()), 5);
+    EXPECT_EQ(stream.SizeOfFile(base.c_str()), 0);
+    EXPECT_EQ(stream.SizeOfFile((base + "/").c_str()), -1);
 }
 
-TEST(PosixCreateFile, WriteThroughAndSequentialScanAreTaken) {
-    const TempDirectory directory;
-    const std::u16string name = TestSupport::wide(directory.text("file"));
-    const HANDLE file =
-        CreateFileW(name.c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW,
-                    FILE_FLAG_WRITE_THROUGH | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
-    ASSERT_NE(file, INVALID_HANDLE_VALUE);
-    const int descriptor = TestSupport::descriptorOn(directory.path() / "file");
-    EXPECT_EQ(fcntl(descriptor, F_GETFL) & O_SYNC, O_SYNC);
-    CloseHandle(file);
+TEST(PosixNames, AnyBytesReachTheDiskUnchanged) {
+    const TestSupport::TempDirectory directory;
+    const std::string name = "\xFF\xC3 A\xE2\x82 \xF0\x9F\x98\x80\xC0\x80";
+    EXPECT_FALSE(Brelt::createPath((directory.text() + "/" + name).c_str()));
+    PFileStream stream;
+    ASSERT_FALSE(stream.Create((directory.text() + "/" + name + "/" + name).c_str(), 3));
+    EXPECT_TRUE(std::filesystem::is_regular_file(directory.path() / name / name));
+}
+
+TEST_F(PosixFiles, AFailedCloseLeavesTheStreamClosed) {
+    const ProcessState before = ProcessState::now();
+    ASSERT_FALSE(stream.Create(name.c_str(), 3));
+    {
+        const FaultInjection faults({.calls = Brelt::closeHandleCall, .code = ERROR_DISK_FULL});
+        // It closes first, and gives up when that fails.
+        EXPECT_EQ(printed(stream.Create(name.c_str(), 3)),
+                  "[PFileStream::Close] 112: (112) There is not enough space on the disk.\r\n");
+    }
+    EXPECT_EQ(stream.IsOpen(), 0);
+    EXPECT_EQ(stream.file, nullptr);
+    EXPECT_EQ(ProcessState::now(), before);
+    EXPECT_FALSE(stream.Close());
+}
+
+TEST_F(PosixFiles, AFileThatCantBeAppendedToIsntLeftOpen) {
+    const ProcessState before = ProcessState::now();
+    const FaultInjection faults(
+        {.calls = Brelt::setFilePointerCall, .code = ERROR_IO_DEVICE, .strikesOn = true});
+    EXPECT_TRUE(printed(stream.Create(name.c_str(), PFileStream::atEnd))
+                    .starts_with("[PFileStream::Create] 1117: "));
+    EXPECT_EQ(codeOfOpen(name, PFileStream::atEnd), 1117);
+    EXPECT_EQ(stream.IsOpen(), 0);
+    EXPECT_EQ(ProcessState::now(), before);
+}
+
+TEST_F(PosixFiles, ShortTransfersShowInTheCounters) {
+    ASSERT_FALSE(stream.Create(name.c_str(), 3));
+    for (const std::uint32_t code : {ERROR_SUCCESS, ERROR_DISK_FULL}) {
+        const FaultInjection faults({.calls = Brelt::writeFileCall, .code = code, .bytesMoved = 2});
+        std::int32_t written = 0;
+        EXPECT_EQ(stream.Write("abcd", 4, &written).codeAt(0), static_cast<std::int32_t>(code));
+        EXPECT_EQ(written, 2);
+    }
+    EXPECT_EQ(stream.Size(), 4);
 }
 
 }  // namespace
