@@ -84,9 +84,6 @@ TEST(ErrorChain, PushOnACopyLeavesTheOriginalInEitherOrderOfRelease) {
         EXPECT_EQ(printed(originalDiesFirst ? copy : original),
                   originalDiesFirst ? "[h] -1: three | " + full : full);
     }
-}
-
-TEST(ErrorChain, AssignmentBetweenSharersChangesNothing) {
     ErrorChain a = twoNodes();
     ErrorChain b(a);
     b = a;
@@ -101,12 +98,12 @@ TEST(ErrorChain, NodesAreReleasedByTheirOwnFunctionOnceNobodyReachesThem) {
     releases = 0;
     {
         // As another module makes it; the chain is one pointer.
-        auto* node = new (std::malloc(sizeof(ErrorNode))) ErrorNode{"tail",
-                                                                    "from afar",
-                                                                    7,
-                                                                    nullptr,
-                                                                    [](void* released) { ++releases, std::free(released); },
-                                                                    1};
+        const auto release = [](void* node) {
+            ++releases;
+            std::free(node);
+        };
+        auto* node = new (std::malloc(sizeof(ErrorNode)))
+            ErrorNode{"tail", "from afar", 7, nullptr, release, 1};
         ErrorChain tail;
         std::memcpy(static_cast<void*>(&tail), &node, sizeof(tail));
         {

@@ -75,7 +75,7 @@ protected:
     const std::string base = directory.text();
 };
 
-TEST_F(Paths, QuestionsTellFilesDirectoriesAndNothing) {
+TEST_F(Paths, TellFilesDirectoriesAndNothingApart) {
     directory.write("file", "x");
     EXPECT_TRUE(Brelt::fileExists(base.c_str()));
     EXPECT_TRUE(Brelt::fileExists((base + "/file").c_str()));
@@ -84,6 +84,12 @@ TEST_F(Paths, QuestionsTellFilesDirectoriesAndNothing) {
     EXPECT_EQ(Brelt::isDirectory((base + "/file").c_str()), 0);
     EXPECT_EQ(Brelt::isDirectory((base + "/missing").c_str()), 0);
     EXPECT_EQ(Brelt::isDirectory(nullptr), 0);
+    std::string path = base + "/file";
+    const Brelt::ErrorChain error = createPath(path.c_str());
+    std::replace(path.begin(), path.end(), '/', '\\');
+    EXPECT_EQ(printed(error),
+              "[createPathImpl] 183: " + path + " already exists, but is not a valid directory");
+    EXPECT_EQ(directory.read("file"), "x");
 }
 
 TEST_F(Paths, AreMadeWithEitherSeparatorAndInAnyScript) {
@@ -98,16 +104,6 @@ TEST_F(Paths, AreMadeWithEitherSeparatorAndInAnyScript) {
     EXPECT_FALSE(directory.exists("x/y/file.txt"));
     EXPECT_FALSE(createFilePath("name_without_directory.txt"));
     EXPECT_FALSE(std::filesystem::exists("name_without_directory.txt"));
-}
-
-TEST_F(Paths, AFileAsTheLastNameIsInTheWay) {
-    directory.write("b.txt", "kept");
-    std::string path = directory.text("b.txt");
-    const Brelt::ErrorChain error = createPath(path.c_str());
-    std::replace(path.begin(), path.end(), '/', '\\');
-    EXPECT_EQ(printed(error),
-              "[createPathImpl] 183: " + path + " already exists, but is not a valid directory");
-    EXPECT_EQ(directory.read("b.txt"), "kept");
 }
 
 TEST_F(Paths, UnusableTextsAreRefused) {

@@ -17,7 +17,6 @@ namespace Brelt {
 namespace {
 
 using TestSupport::printed;
-using Sizes = std::vector<std::int32_t>;
 
 void write(PStream& stream, const std::string& bytes) {
     EXPECT_FALSE(stream.WriteBuffer(bytes.data(), static_cast<std::int32_t>(bytes.size())));
@@ -33,9 +32,9 @@ std::string readAll(PStream& stream) {
 /// Moves at most so many bytes in one call, or fails its calls from the n-th on.
 class WeakStream : public PMemStream {
 public:
-    explicit WeakStream(const std::string& content = "", std::int32_t longest = 1 << 30,
-                        std::size_t soundCalls = 99)
-        : PMemStream(64), longest_(longest), soundCalls_(soundCalls) {
+    explicit WeakStream(const std::string& content = "", std::int32_t most = 1 << 30,
+                        std::size_t sound = 99)
+        : PMemStream(64), longest(most), soundCalls(sound) {
         std::int32_t written = 0;
         PMemStream::Write(content.data(), static_cast<std::int32_t>(content.size()), &written);
         Seek(0);
@@ -44,25 +43,24 @@ public:
     ErrorChain Write(const void* source, std::int32_t count, std::int32_t* written) override {
         *written = 0;
         return fails(count) ? ErrorChain::make("WeakStream::Write", 112, "full")
-                            : PMemStream::Write(source, std::min(count, longest_), written);
+                            : PMemStream::Write(source, std::min(count, longest), written);
     }
 
     ErrorChain Read(void* destination, std::int32_t count, std::int32_t* read) override {
         *read = 0;
         return fails(count) ? ErrorChain::make("WeakStream::Read", 30, "torn")
-                            : PMemStream::Read(destination, std::min(count, longest_), read);
+                            : PMemStream::Read(destination, std::min(count, longest), read);
     }
 
-    Sizes calls;
+    std::vector<std::int32_t> calls;
+    std::int32_t longest;
+    std::size_t soundCalls;
 
 private:
     bool fails(std::int32_t count) {
         calls.push_back(count);
-        return calls.size() > soundCalls_;
+        return calls.size() > soundCalls;
     }
-
-    std::int32_t longest_;
-    std::size_t soundCalls_;
 };
 
 TEST(PStream, RecordsHaveTheirBytesAndAreReadBack) {
@@ -99,8 +97,8 @@ TEST(PStream, RecordsHaveTheirBytesAndAreReadBack) {
     }
 }
 
-TEST(PStream, BoundedPascalStringFitsWithItsTerminatorOrStaysUnread) {
-    WeakStream stream(std::string("\x9\0ninebytes\0\0\xA\0tencharact", 25));
+TEST(PStream, BoundedTextsFitWithTheirTerminatorOrStayUnread) {
+    WeakStream stream(std::string("\x9\0ninebytes\xA\0\0\0tencharact\0\0\0\0\xA\0", 31));
     std::string text = "################";
     std::uint16_t length = 10;
     std::int32_t read = 0;
@@ -108,25 +106,17 @@ TEST(PStream, BoundedPascalStringFitsWithItsTerminatorOrStaysUnread) {
     EXPECT_STREQ(text.c_str(), "ninebytes");
     EXPECT_EQ(length, 9);
     EXPECT_EQ(read, 11);
+    const CharString other("xyz");
+    CharString replaced(other);
+    EXPECT_FALSE(stream.ReadCharString(replaced));
+    EXPECT_STREQ(replaced.ptr(), "tencharact");
+    EXPECT_STREQ(other.ptr(), "xyz");
+    EXPECT_FALSE(stream.ReadCharString(replaced));
+    EXPECT_EQ(replaced.holder(), nullptr);
     length = 10;
-    EXPECT_FALSE(stream.ReadPascalStr1(text.data(), &length, &read));
-    EXPECT_EQ(length, 10);
-    EXPECT_STREQ(text.c_str(), "ninebytes");
     EXPECT_EQ(printed(stream.ReadPascalStr1(text.data(), &length, &read)),
               "[PStream::ReadPascalStr1] -1: Buffer length = 10 too short for 10 characters");
-    EXPECT_EQ(stream.Tell(), 15);
-}
-
-TEST(PStream, CharStringRecordReplacesTheTextOfThisHandleOnly) {
-    WeakStream stream(std::string("\3\0\0\0abc\5\0\0\0fghij\0\0\0\0", 20));
-    const CharString other("xyz");
-    CharString text(other);
-    for (const char* const expected : {"abc", "fghij", static_cast<const char*>(nullptr)}) {
-        EXPECT_FALSE(stream.ReadCharString(text));
-        EXPECT_STREQ(text.ptr(), expected);
-        EXPECT_STREQ(other.ptr(), "xyz");
-    }
-    EXPECT_EQ(text.holder(), nullptr);
+    EXPECT_STREQ(text.c_str(), "ninebytes");
 }
 
 /// Writes a record, or reads one where its name begins with "read"; what is told.
@@ -136,101 +126,88 @@ std::string moveRecord(WeakStream& stream, const std::string& record, std::int32
     CharString counted("abcdef");
     return printed(record == "buffer"         ? stream.WriteBuffer("abcdef", 6)
                    : record == "pascal"       ? stream.WritePascalStr("abc", 3, &moved)
-                   : record == "counted"      ? stream.WriteCharString(counted)
+                   : record == "text"         ? stream.WriteCharString(counted)
                    : record == "read pascal"  ? stream.ReadPascalStr(text, &length, &moved)
                    : record == "read bounded" ? stream.ReadPascalStr1(text, &length, &moved)
                                               : stream.ReadCharString(counted));
 }
 
-TEST(PStream, TornRecordsFailWithWhatCame) {
-    const std::tuple<std::string, std::string, std::string> rows[] = {
-        {"\1", "read pascal", "[PStream::ReadPascalStr] -1: expected 2 bytes, got 1"},
-        {{"\4\0ab", 4}, "read pascal", "[PStream::ReadBuffer] -1: Expected 4 bytes, got 2"},
-        {"\1", "read bounded", "[PStream::ReadPascalStr1] -1: expected 2 bytes, got 1"},
-        {{"\4\0ab", 4}, "read bounded", "[PStream::ReadBuffer] -1: Expected 4 bytes, got 2"},
-        {"", "read counted", "[PStream::ReadBuffer] -1: Expected 4 bytes, got 0"},
-        {{"\4\0\0\0ab", 6},
-         "read counted",
-         "[PStream::ReadCharString] -1: expected 4 bytes, got 2"},
-        {"\xFF\xFF\xFF\xFF", "read counted", "[PMemStream::Read] -1: Invalid read size (-1)"},
-        {"\xFF\xFF\xFF\x7F", "read counted",
-         "[PStream::ReadCharString] -1: No memory for 2147483647 bytes"}};
-    for (const auto& [bytes, record, told] : rows) {
-        WeakStream stream(bytes);
-        std::int32_t read = 0;
-        EXPECT_EQ(moveRecord(stream, record, read), told);
-    }
-}
-
-TEST(PStream, ShortAndFailedWritesAreTold) {
+TEST(PStream, TornAndShortRecordsAreTold) {
     const std::string full = "[WeakStream::Write] 112: full";
-    // The most bytes of a call, the sound calls; what is told, and the count.
-    const std::tuple<std::string, std::int32_t, std::size_t, std::string, std::int32_t> rows[] = {
-        {"buffer", 4, 9, "[PStream::WriteBuffer] -1: 4 of 6 bytes written", 0},
-        {"buffer", 9, 0, full, 0},
-        {"pascal", 1, 9, "[PStream::WritePascalStr] -1: 1 of 2 bytes written", 1},
-        {"pascal", 2, 9, "No error", 4},
-        {"pascal", 9, 0, full, 0},
-        {"pascal", 9, 1, full, 2},
-        {"counted", 4, 9, "[PStream::WriteBuffer] -1: 4 of 6 bytes written", 0},
-        {"counted", 3, 9, "[PStream::WriteBuffer] -1: 3 of 4 bytes written", 0},
-        {"counted", 9, 1, full, 0}};
-    for (const auto& [record, longest, soundCalls, told, count] : rows) {
-        WeakStream stream("", longest, soundCalls);
-        std::int32_t written = 0;
-        EXPECT_EQ(moveRecord(stream, record, written), told);
-        EXPECT_EQ(written, count) << told;
+    const std::string torn("\4\0ab", 4);
+    const std::string tornText("\4\0\0\0ab", 6);
+    // What is there to read, the most bytes of a call, the sound calls; what is told, and the
+    // count.
+    using Row = std::tuple<std::string, std::string, std::int32_t, std::size_t, std::string, int>;
+    const Row rows[] = {
+        {"read pascal", "\1", 9, 9, "[PStream::ReadPascalStr] -1: expected 2 bytes, got 1", 1},
+        {"read pascal", torn, 9, 9, "[PStream::ReadBuffer] -1: Expected 4 bytes, got 2", 6},
+        {"read bounded", "\1", 9, 9, "[PStream::ReadPascalStr1] -1: expected 2 bytes, got 1", 1},
+        {"read bounded", torn, 9, 9, "[PStream::ReadBuffer] -1: Expected 4 bytes, got 2", 6},
+        {"read text", "", 9, 9, "[PStream::ReadBuffer] -1: Expected 4 bytes, got 0", 0},
+        {"read text", tornText, 9, 9, "[PStream::ReadCharString] -1: expected 4 bytes, got 2", 0},
+        {"read text", "\xFF\xFF\xFF\xFF", 9, 9, "[PMemStream::Read] -1: Invalid read size (-1)", 0},
+        {"read text", "\xFF\xFF\xFF\x7F", 9, 9,
+         "[PStream::ReadCharString] -1: No memory for 2147483647 bytes", 0},
+        {"buffer", "", 4, 9, "[PStream::WriteBuffer] -1: 4 of 6 bytes written", 0},
+        {"buffer", "", 9, 0, full, 0},
+        {"pascal", "", 1, 9, "[PStream::WritePascalStr] -1: 1 of 2 bytes written", 1},
+        {"pascal", "", 2, 9, "No error", 4},
+        {"pascal", "", 9, 0, full, 0},
+        {"pascal", "", 9, 1, full, 2},
+        {"text", "", 4, 9, "[PStream::WriteBuffer] -1: 4 of 6 bytes written", 0},
+        {"text", "", 3, 9, "[PStream::WriteBuffer] -1: 3 of 4 bytes written", 0},
+        {"text", "", 9, 1, full, 0}};
+    for (const auto& [record, bytes, longest, soundCalls, told, count] : rows) {
+        WeakStream stream(bytes, longest, soundCalls);
+        std::int32_t moved = 0;
+        EXPECT_EQ(moveRecord(stream, record, moved), told);
+        EXPECT_EQ(moved, count) << record << told;
     }
 }
 
-/// From the two positions, within two bytes of each; what is told and what comes, in one line.
-std::string copied(WeakStream& source, WeakStream& destination, std::int64_t total,
+/// Copies behind two bytes; the sizes of the reads, what is told and what came.
+std::string copied(WeakStream&& source, WeakStream&& destination, std::int64_t total,
                    std::int32_t bufferSize) {
-    EXPECT_FALSE(source.Seek(2));
-    EXPECT_FALSE(destination.Seek(2));
+    EXPECT_FALSE(source.Seek(2) || destination.Seek(2));
     std::int64_t read = -1;
     std::int64_t written = -1;
     const ErrorChain error = copyStream(&destination, &source, total, &read, &written, bufferSize);
-    return printed(error) + ", " + std::to_string(read) + " read, " + std::to_string(written) +
-           " written";
+    std::string told;
+    for (const std::int32_t size : source.calls) {
+        told += std::to_string(size) + " ";
+    }
+    EXPECT_EQ(destination.Tell(), 2 + written);
+    destination.longest = 99;
+    destination.soundCalls = 99;
+    return told + "-> " + printed(error) + ", " + std::to_string(read) + " read, " +
+           readAll(destination);
 }
 
-TEST(CopyStream, MovesBlocksFromTheTwoPositions) {
-    const std::tuple<std::int64_t, std::int32_t, Sizes> rows[] = {
-        {0, 4, {}},
-        {-1, 4, {}},
-        {10, 4, {4, 4, 2}},
-        {8, 4, {4, 4}},
-        {10, 0, {10}},
-        {10, -5, {10}},
-        {50, 8, {8, 8}},
-        {50, 5, {5, 5, 5}},
-        {40000, 0, {32768}},
-        {std::int64_t{1} << 33, std::numeric_limits<std::int32_t>::max(), {0x2000000}}};
-    for (const auto& [total, bufferSize, reads] : rows) {
-        WeakStream source("__0123456789");
-        WeakStream destination("##");
-        const std::string moved =
-            std::string("0123456789").substr(0, total < 1 ? 0 : static_cast<std::size_t>(total));
-        const std::string count = std::to_string(moved.size());
-        EXPECT_EQ(copied(source, destination, total, bufferSize),
-                  "No error, " + count + " read, " + count + " written");
-        EXPECT_EQ(source.calls, reads) << total << " by " << bufferSize;
-        EXPECT_EQ(readAll(destination), "##" + moved);
+TEST(CopyStream, MovesBlocksFromTheTwoPositionsAndTellsWhatWasMoved) {
+    constexpr std::int32_t highest = std::numeric_limits<std::int32_t>::max();
+    const std::tuple<std::int64_t, std::int32_t, std::string> rows[] = {
+        {0, 4, "-> No error, 0 read, ##"},
+        {-1, 4, "-> No error, 0 read, ##"},
+        {8, 4, "4 4 -> No error, 8 read, ##01234567"},
+        {10, 4, "4 4 2 -> No error, 10 read, ##0123456789"},
+        {10, 0, "10 -> No error, 10 read, ##0123456789"},
+        {10, -5, "10 -> No error, 10 read, ##0123456789"},
+        {50, 8, "8 8 -> No error, 10 read, ##0123456789"},
+        {50, 5, "5 5 5 -> No error, 10 read, ##0123456789"},
+        {40000, 0, "32768 -> No error, 10 read, ##0123456789"},
+        {std::int64_t{1} << 33, highest, "33554432 -> No error, 10 read, ##0123456789"}};
+    for (const auto& [total, bufferSize, told] : rows) {
+        EXPECT_EQ(copied(WeakStream("__0123456789"), WeakStream("##"), total, bufferSize), told);
     }
-}
-
-TEST(CopyStream, CountersTellWhatWasMovedUpToTheFailure) {
-    const std::tuple<std::size_t, std::size_t, std::int32_t, std::string> rows[] = {
-        {2, 9, 9, "[WeakStream::Read] 30: torn, 8 read, 8 written"},
-        {9, 1, 9, "[WeakStream::Write] 112: full, 8 read, 4 written"},
-        {0, 9, 9, "[WeakStream::Read] 30: torn, 0 read, 0 written"},
-        {9, 9, 3, "No error, 10 read, 8 written"}};
-    for (const auto& [soundReads, soundWrites, longestWrite, told] : rows) {
-        WeakStream source("__0123456789", 9, soundReads);
-        WeakStream destination("##", longestWrite, soundWrites);
-        EXPECT_EQ(copied(source, destination, 10, 4), told);
-    }
+    EXPECT_EQ(copied(WeakStream("__0123456789", 9, 2), WeakStream("##"), 10, 4),
+              "4 4 2 -> [WeakStream::Read] 30: torn, 8 read, ##01234567");
+    EXPECT_EQ(copied(WeakStream("__0123456789", 9, 0), WeakStream("##"), 10, 4),
+              "4 -> [WeakStream::Read] 30: torn, 0 read, ##");
+    EXPECT_EQ(copied(WeakStream("__0123456789"), WeakStream("##", 9, 1), 10, 4),
+              "4 4 -> [WeakStream::Write] 112: full, 8 read, ##0123");
+    EXPECT_EQ(copied(WeakStream("__0123456789"), WeakStream("##", 3), 10, 4),
+              "4 4 4 -> No error, 10 read, ##01245689");
 }
 
 std::string blocksOf(const PMemStream& stream) {
@@ -283,7 +260,7 @@ TEST(PMemStream, FieldsLieInTheirOrder) {
     }
 }
 
-TEST(PMemStream, ResetKeepsOrFreesTheBlocks) {
+TEST(PMemStream, ResetKeepsOrFreesTheBlocksAndASecondOpenIsRefused) {
     PMemStreamGrowStep<4> stream;
     write(stream, "abcdefghij");
     stream.Reset(0);
@@ -291,21 +268,16 @@ TEST(PMemStream, ResetKeepsOrFreesTheBlocks) {
     write(stream, "xy");
     EXPECT_EQ(stream.Size(), 2);
     EXPECT_TRUE(stream.Seek(3));
-    stream.Reset(1);
-    EXPECT_EQ(stream.head, nullptr);
-    write(stream, "z");
-    EXPECT_EQ(readAll(stream), "z");
-}
-
-TEST(PMemStream, OpenRewindsAndRefusesASecondOpen) {
-    PMemStream stream(4);
-    write(stream, "abc");
     EXPECT_FALSE(stream.Open());
     EXPECT_EQ(stream.Tell(), 0);
     EXPECT_EQ(printed(stream.Open()), "[PMemStream::Open] -1: Stream already opened");
     EXPECT_FALSE(stream.Close());
     EXPECT_EQ(stream.IsOpen(), 0);
-    EXPECT_EQ(readAll(stream), "abc");
+    EXPECT_EQ(readAll(stream), "xy");
+    stream.Reset(1);
+    EXPECT_EQ(stream.head, nullptr);
+    write(stream, "z");
+    EXPECT_EQ(readAll(stream), "z");
 }
 
 }  // namespace

@@ -4,29 +4,31 @@
 
 #include <limits>
 #include <string>
-#include <tuple>
+#include <utility>
+
+#include "foundation/texts.h"
 
 namespace Brelt {
 namespace {
 
-std::string intText(std::int64_t value, std::int32_t radix, std::int32_t size) {
-    char text[70] = "#";
-    EXPECT_EQ(intToText(value, text, radix, size), text);
-    return text;
-}
+using namespace std::string_literals;
 
 TEST(IntToText, Table) {
-    const std::tuple<std::int64_t, std::int32_t, std::int32_t, std::string> rows[] = {
-        {0, 10, 2, "0"},        {0, 10, 1, ""},      {-1, 10, 70, "-1"}, {-1, 10, 2, "1"},
-        {-1, 16, 70, "1"},      {255, 16, 70, "FF"}, {255, 16, 2, "F"},  {-1234, 10, 4, "234"},
-        {-1234, 10, 5, "1234"}, {1234, 10, 1, ""},   {5, 2, 70, "101"},  {5, 1, 70, ""},
-        {5, 17, 70, ""},        {5, 10, 0, "#"},     {5, 10, -1, "#"},   {5, 1, 0, "#"}};
-    for (const auto& [value, radix, size, text] : rows) {
-        EXPECT_EQ(intText(value, radix, size), text) << value << " by " << radix << " in " << size;
+    const std::string lowest = std::to_string(std::numeric_limits<std::int64_t>::min());
+    for (const std::string& row :
+         {"0 by 10 in 2 -> 0"s, "0 by 10 in 1 -> "s, "-1 by 10 in 70 -> -1"s, "-1 by 10 in 2 -> 1"s,
+          "-1 by 16 in 70 -> 1"s, "255 by 16 in 70 -> FF"s, "255 by 16 in 2 -> F"s,
+          "-1234 by 10 in 4 -> 234"s, "-1234 by 10 in 5 -> 1234"s, "1234 by 10 in 1 -> "s,
+          "5 by 2 in 70 -> 101"s, "5 by 1 in 70 -> "s, "5 by 17 in 70 -> "s, "5 by 10 in 0 -> #"s,
+          "5 by 10 in -1 -> #"s, "5 by 1 in 0 -> #"s, lowest + " by 10 in 70 -> " + lowest,
+          lowest + " by 2 in 70 -> 1" + std::string(63, '0')}) {
+        const auto [call, expected] = TestSupport::bothSides(row);
+        const auto [value, rest] = TestSupport::bothSides(call, " by ");
+        const auto [radix, size] = TestSupport::bothSides(rest, " in ");
+        char text[70] = "#";
+        EXPECT_EQ(intToText(std::stoll(value), text, std::stoi(radix), std::stoi(size)), text);
+        EXPECT_EQ(text, expected) << row;
     }
-    constexpr std::int64_t lowest = std::numeric_limits<std::int64_t>::min();
-    EXPECT_EQ(intText(lowest, 10, 70), "-9223372036854775808");
-    EXPECT_EQ(intText(lowest, 2, 70), "1" + std::string(63, '0'));
 }
 
 TEST(StringBuilder, LimitsItsSettings) {

