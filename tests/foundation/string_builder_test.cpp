@@ -20,7 +20,8 @@ TEST(IntToText, Table) {
           "-1 by 16 in 70 -> 1"s, "255 by 16 in 70 -> FF"s, "255 by 16 in 2 -> F"s,
           "-1234 by 10 in 4 -> 234"s, "-1234 by 10 in 5 -> 1234"s, "1234 by 10 in 1 -> "s,
           "5 by 2 in 70 -> 101"s, "5 by 1 in 70 -> "s, "5 by 17 in 70 -> "s, "5 by 10 in 0 -> #"s,
-          "5 by 10 in -1 -> #"s, "5 by 1 in 0 -> #"s, lowest + " by 10 in 70 -> " + lowest,
+          "5 by 10 in -1 -> #"s, "5 by 1 in 0 -> #"s,
+          std::string(lowest).append(" by 10 in 70 -> ").append(lowest),
           lowest + " by 2 in 70 -> 1" + std::string(63, '0')}) {
         const auto [call, expected] = TestSupport::bothSides(row);
         const auto [value, rest] = TestSupport::bothSides(call, " by ");
