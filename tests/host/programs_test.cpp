@@ -1,7 +1,7 @@
 // kivsync and kivpublish as a person meets them: started as processes, judged by what they print,
 // by their exit codes and by the trees they leave.
 
-#include "programs.h"
+#include "fixtures.h"
 
 #include <filesystem>
 
@@ -9,8 +9,7 @@ namespace KivHost {
 namespace {
 
 TEST_F(Programs, ExitCodesTellHowItWent) {
-    library.add("maps/a.tx", "content");
-    server.serve("/lib", library.served());
+    serveFile("maps/a.tx");
     EXPECT_EQ(sync({"--check", url(), copy()}).code, 1);
     EXPECT_FALSE(directory.exists("copy"));
     EXPECT_EQ(sync({url(), copy()}).code, 0);
@@ -39,8 +38,7 @@ TEST_F(Programs, BadUsageIsAFailureWithWords) {
 }
 
 TEST_F(Programs, QuietSaysNothingButFailures) {
-    library.add("maps/a.tx", "content");
-    server.serve("/lib", library.served());
+    serveFile("maps/a.tx");
     EXPECT_EQ(sync({"--quiet", url(), copy()}).output, "");
     const Outcome failed = sync({"--quiet", server.url("/elsewhere"), copy()});
     EXPECT_EQ(failed.output,
@@ -68,7 +66,7 @@ TEST_F(Programs, APersonsSlashesComeOff) {
 
 TEST_F(Programs, TheProxyIsTheOneThatWasAskedFor) {
     const std::string address = server.address();
-    server.on("http://library.invalid/lib/id.txt", TestSupport::ok("stamp"));
+    server.on("http://library.invalid/lib/id.txt", ok("stamp"));
     for (const std::string& proxy : {address, "http://" + address + "/"}) {
         const Outcome outcome =
             sync({"--proxy", proxy, "--check", "http://library.invalid/lib", copy()});
@@ -77,9 +75,8 @@ TEST_F(Programs, TheProxyIsTheOneThatWasAskedFor) {
 }
 
 TEST_F(Programs, AStageThatTheLibraryLeavesOpenIsNoTrouble) {
-    library.add("a.tx", "content");
-    server.serve("/lib", library.served());
-    server.on("/lib/a%01/id.txt", TestSupport::ok("stamp"));
+    serveFile("a.tx");
+    server.on("/lib/a%01/id.txt", ok("stamp"));
     const Outcome outcome = sync({"--sub-path", "a\x01", url(), copy()});
     EXPECT_EQ(outcome.code, 2);
     EXPECT_TRUE(holds(outcome.output, "Could not download list file (request failed)"));
@@ -93,9 +90,9 @@ TEST_F(Programs, WithoutItsLibraryKivsyncSaysSo) {
 }
 
 /// The server's files as a reader has them: lossy variants in the place of full files.
-TestSupport::Tree asReceived(TestSupport::Tree tree) {
+Tree asReceived(Tree tree) {
     const std::string lossyEnd = ".jpeg.tx";
-    const TestSupport::Tree all = tree;
+    const Tree all = tree;
     for (const auto& [name, content] : all) {
         if (name.ends_with(lossyEnd)) {
             tree[name.substr(0, name.size() - lossyEnd.size()) + ".tx"] = content;
@@ -115,12 +112,12 @@ TEST_F(Programs, WhatKivpublishMakesKivsyncTakes) {
         run(program("kivpublish"), {directory.text("server"), "--rule", "drafts/**=none"});
     ASSERT_EQ(published.code, 0) << published.output;
 
-    TestSupport::Tree files = TestSupport::readTree(directory.path() / "server");
+    Tree files = readTree(directory.path() / "server");
     server.serve("/lib", files);
     const Outcome synced = sync({url(), copy()});
     EXPECT_EQ(synced.code, 0) << synced.output;
     files.erase("drafts/unready.txt");
-    EXPECT_EQ(TestSupport::differences(asReceived(files), copied()), Words{});
+    EXPECT_EQ(differences(asReceived(files), copied()), Words{});
 }
 
 TEST_F(Programs, APublishedSubPathIsTakenAlone) {
@@ -130,13 +127,13 @@ TEST_F(Programs, APublishedSubPathIsTakenAlone) {
         run(program("kivpublish"), {"--sub-path", "beta/", directory.text("server")});
     ASSERT_EQ(published.code, 0) << published.output;
 
-    TestSupport::Tree files = TestSupport::readTree(directory.path() / "server");
+    Tree files = readTree(directory.path() / "server");
     server.serve("/lib", files);
-    server.on("/beta/lib/filelist.json", TestSupport::ok(files.at("beta/filelist.json")));
-    EXPECT_EQ(sync({"--sub-path", "beta", url(), copy()}).code, 0);
+    server.on("/beta/lib/filelist.json", ok(files.at("beta/filelist.json")));
+    EXPECT_EQ(sync({"--sub-path", "/beta\\", url(), copy()}).code, 0);
     files.erase("outside.txt");
     files.erase("beta/filelist.json");
-    EXPECT_EQ(TestSupport::differences(files, copied()), Words{});
+    EXPECT_EQ(differences(files, copied()), Words{});
 }
 
 }  // namespace

@@ -1,17 +1,19 @@
-// The programs where only POSIX has it: terminals, signals, proxies in the environment, and control
-// characters in names of files.
+// What only POSIX has: a terminal of the test's own, Ctrl-C from outside, proxies in the
+// environment, links, and names that are no Unicode, hold control characters or differ in case
+// alone.
 
-#include "programs.h"
-
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <stdexcept>
+
+#include "fixtures.h"
 
 namespace KivHost {
 namespace {
 
 TEST_F(Programs, NamesFromTheServerNeverReachTheTerminalRaw) {
-    library.add("a\x1B[31m\r\n.tx", "content");
-    server.serve("/lib", library.served());
+    serveFile("a\x1B[31m\r\n.tx");
     const Outcome outcome = sync({"-v", url(), copy()});
     EXPECT_EQ(outcome.code, 0);
     EXPECT_TRUE(lacks(outcome.output, "\x1B"));
@@ -23,8 +25,7 @@ TEST_F(Programs, ATerminalGetsProgressInsteadOfALineForEachFile) {
     if (run("script", {"-qefc", "true", "/dev/null"}).code != 0) {
         GTEST_SKIP() << "no pseudo terminal can be made here";
     }
-    library.add("maps/a.tx", "content");
-    server.serve("/lib", library.served());
+    serveFile("maps/a.tx");
     const std::string command = "'" + program("kivsync") + "' '" + url() + "' '" + copy() + "'";
     const Outcome outcome = run("script", {"-qefc", command, "/dev/null"});
     EXPECT_EQ(outcome.code, 0) << outcome.output;
@@ -36,11 +37,10 @@ TEST_F(Programs, ATerminalGetsProgressInsteadOfALineForEachFile) {
 TEST_F(Programs, CtrlCStopsARunThatTheNextOneHeals) {
     library.add("a.tx", "first").add("b.tx", "second");
     server.serve("/lib", library.served());
-    const std::string response = TestSupport::ok("second").bytes();
-    server.on("/lib/b.tx",
-              TestSupport::breakAt(response, response.size() - 3, TestSupport::Break::Stall));
-    TestSupport::ChildProcess child({program("kivsync"), url(), copy()},
-                                    directory.path() / "output", environment());
+    const std::string response = ok("second").bytes();
+    server.on("/lib/b.tx", breakAt(response, response.size() - 3, Break::Stall));
+    ChildProcess child({program("kivsync"), url(), copy()}, directory.path() / "output",
+                       environment());
     ASSERT_TRUE(server.waitForRequests(4));
     child.signal(SIGINT);
     EXPECT_EQ(child.wait(), 130);
@@ -55,7 +55,7 @@ TEST_F(Programs, CtrlCStopsARunThatTheNextOneHeals) {
 
 TEST_F(Programs, TheEnvironmentsProxyIsTheSystems) {
     const std::string address = server.address();
-    server.on("http://library.invalid/lib/id.txt", TestSupport::ok("stamp"));
+    server.on("http://library.invalid/lib/id.txt", ok("stamp"));
     const struct {
         Words arguments;
         Words environment;
@@ -72,6 +72,35 @@ TEST_F(Programs, TheEnvironmentsProxyIsTheSystems) {
         const Outcome outcome = sync(arguments, c.environment);
         EXPECT_EQ(outcome.code, c.code) << outcome.output;
     }
+}
+
+TEST_F(Publishing, NamesOutsideUtf8StopBeforeAnythingIsWritten) {
+    tree.write("bad\xFF.tx", "x");
+    EXPECT_THROW(publishWith(), std::runtime_error);
+    EXPECT_FALSE(tree.exists("filelist.json"));
+}
+
+TEST_F(Publishing, WhatIsLeftOutOrTroublesReadersIsTold) {
+    tree.write("maps/a.tx", "x");
+    tree.write("maps/A.tx", "x");
+    tree.write("nul.tx", "x");
+    std::filesystem::create_directory_symlink("maps", tree.path() / "linked");
+    std::filesystem::create_symlink("nowhere", tree.path() / "dangling");
+    FileRules rules("always");
+    rules.add("*.png=none");
+    publishWith(rules);
+    EXPECT_EQ(tree.read("filelist.json"), R"([
+{"download":"always","path":"maps/A.tx","size":1},
+{"download":"always","path":"maps/a.tx","size":1},
+{"download":"always","path":"nul.tx","size":1}
+]
+)");
+    for (const char* word : {"linked", "dangling", "nul.tx", "one file", "*.png"}) {
+        EXPECT_TRUE(std::ranges::any_of(warnings, [&](const std::string& warning) {
+            return warning.find(word) != std::string::npos;
+        })) << word;
+    }
+    EXPECT_EQ(warnings.size(), 5U);
 }
 
 }  // namespace
