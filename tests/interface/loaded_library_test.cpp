@@ -1,13 +1,11 @@
 // The library as a host sees it: opened at run time, with records that the host has written down
-// for itself from the documentation. Includes nothing of the library's.
+// for itself from the documentation. Includes nothing of the library's but its texts.
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 
+#include "foundation/char_string.h"
 #include "support/loaded_module.h"
 #include "support/scripted_server.h"
 #include "support/temp_directory.h"
@@ -15,31 +13,25 @@
 // By the library's own name, as for any two modules that share a class.
 class MessageSink {
 public:
-    virtual void setProgressRange(std::int32_t upper) = 0;
-    virtual void setProgress(std::int32_t value) = 0;
-    virtual void setProgressText(const char* text) = 0;
+    virtual void setProgressRange(std::int32_t) = 0;
+    virtual void setProgress(std::int32_t) = 0;
+    virtual void setProgressText(const char*) = 0;
     virtual std::int32_t getAbortCode() = 0;
     virtual void progressBegin() = 0;
     virtual void progressEnd() = 0;
-    virtual void logInfo(const char* format, ...) = 0;
-    virtual void reportWarning(const char* function, std::int32_t code, const char* format,
-                               ...) = 0;
-    virtual void reportError(void* const& error) = 0;
-    virtual void logError(const char* format, ...) = 0;
-    virtual void logDebug(const char* format, ...) = 0;
+    virtual void logInfo(const char*, ...) = 0;
+    virtual void reportWarning(const char*, std::int32_t, const char*, ...) = 0;
+    virtual void reportError(void* const&) = 0;
+    virtual void logError(const char*, ...) = 0;
+    virtual void logDebug(const char*, ...) = 0;
 
 protected:
     ~MessageSink() = default;
 };
 
-namespace {
+using namespace TestSupport;
 
-struct Holder {
-    void* (*reallocate)(void*, std::size_t);
-    void (*release)(void*);
-    char* buffer;
-    std::int32_t refCount;
-};
+namespace {
 
 struct Node {
     const char* function;
@@ -51,11 +43,11 @@ struct Node {
 };
 
 struct Params {
-    Holder* url;
-    std::int32_t proxyMode;
-    Holder* proxyAddress;
-    Holder* targetDirectory;
-    Holder* subPath;
+    Brelt::CharString url;
+    std::int32_t proxyMode = 3;
+    Brelt::CharString proxyAddress;
+    Brelt::CharString targetDirectory;
+    Brelt::CharString subPath;
 };
 
 struct Entries {
@@ -69,51 +61,22 @@ struct Entries {
     std::int32_t (*getNorvelNetworkingStatus)(void*, std::int32_t, char*);
 };
 
-std::atomic<int> liveBlocks{0};
-
-void* countingReallocate(void* block, std::size_t size) {
-    liveBlocks += block == nullptr ? 1 : 0;
-    return std::realloc(block, size);
-}
-
-void countingRelease(void* block) {
-    liveBlocks -= block != nullptr ? 1 : 0;
-    std::free(block);
-}
-
-Holder* makeText(const char* text) {
-    auto* holder = static_cast<Holder*>(countingReallocate(nullptr, sizeof(Holder)));
-    auto* buffer = static_cast<char*>(countingReallocate(nullptr, std::strlen(text) + 1));
-    std::memcpy(buffer, text, std::strlen(text) + 1);
-    *holder = {countingReallocate, countingRelease, buffer, 1};
-    return holder;
-}
-
-/// As a host gives up its own reference.
-void releaseText(Holder* holder) {
-    if (holder != nullptr && --holder->refCount == 0) {
-        holder->release(holder->buffer);
-        holder->release(holder);
-    }
-}
-
 class HostSink final : public MessageSink {
 public:
-    void setProgressRange(std::int32_t /*upper*/) override {}
-    void setProgress(std::int32_t /*value*/) override {}
-    void setProgressText(const char* /*text*/) override {}
+    void setProgressRange(std::int32_t) override {}
+    void setProgress(std::int32_t) override {}
+    void setProgressText(const char*) override {}
     std::int32_t getAbortCode() override { return 0; }
     void progressBegin() override {}
     void progressEnd() override {}
-    void logInfo(const char* /*format*/, ...) override {}
-    void reportWarning(const char* /*function*/, std::int32_t /*code*/, const char* /*format*/,
-                       ...) override {}
+    void logInfo(const char*, ...) override {}
+    void reportWarning(const char*, std::int32_t, const char*, ...) override {}
     void reportError(void* const& error) override {
         kept = static_cast<Node*>(error);
         ++kept->refCount;
     }
-    void logError(const char* /*format*/, ...) override {}
-    void logDebug(const char* /*format*/, ...) override {}
+    void logError(const char*, ...) override {}
+    void logDebug(const char*, ...) override {}
 
     /// A reference of the host's own, held beyond the call.
     Node* kept = nullptr;
@@ -121,20 +84,12 @@ public:
 
 class LoadedLibrary : public testing::Test {
 protected:
-    LoadedLibrary() : library_(KIV_LIBRARY) {
+    LoadedLibrary() {
         void* entry = library_.function("initDownloaderInterface");
         reinterpret_cast<void (*)(Entries*)>(entry)(&table_);
     }
 
-    ~LoadedLibrary() override {
-        for (Holder* text :
-             {params_.url, params_.proxyAddress, params_.targetDirectory, params_.subPath}) {
-            releaseText(text);
-        }
-        EXPECT_EQ(liveBlocks, 0);
-    }
-
-    TestSupport::LoadedModule library_;
+    LoadedModule library_{KIV_LIBRARY};
     Entries table_{};
     Params params_{};
     HostSink sink_;
@@ -152,26 +107,23 @@ TEST_F(LoadedLibrary, TableIsWholeAndAnswersNullHandles) {
 }
 
 TEST_F(LoadedLibrary, EmptyUrlOfAnotherModuleIsReplacedByTheDefault) {
-    Holder* shared = makeText("");
-    ++shared->refCount;
+    const Brelt::CharString shared("");
     params_.url = shared;
     void* downloader = table_.createDownloader(&sink_, &params_);
     ASSERT_NE(downloader, nullptr);
-    EXPECT_STREQ(params_.url->buffer, "http://library.example/kivlib");
-    EXPECT_STREQ(shared->buffer, "");
+    EXPECT_STREQ(params_.url.ptr(), "http://library.example/kivlib");
+    EXPECT_STREQ(shared.ptr(), "");
     table_.destroyDownloader(downloader);
-    releaseText(shared);
 }
 
 TEST_F(LoadedLibrary, RunBringsTheLibraryDownAndFailuresOutliveTheCall) {
-    TestSupport::ScriptedServer server;
+    ScriptedServer server;
     server.serve("/lib", {{"id.txt", "7"},
                           {"filelist.json", R"([{"path": "a/b.tx", "size": 5}])"},
                           {"a/b.tx", "bytes"}});
-    const TestSupport::TempDirectory directory;
-    params_.url = makeText(server.url("/lib").c_str());
-    params_.proxyMode = 3;
-    params_.targetDirectory = makeText(directory.text().c_str());
+    const TempDirectory directory;
+    params_.url = server.url("/lib").c_str();
+    params_.targetDirectory = directory.text().c_str();
     void* network = table_.initNetwork();
     char status[128];
     EXPECT_EQ(table_.getNorvelNetworkingStatus(network, sizeof(status), status), 0);
@@ -182,7 +134,7 @@ TEST_F(LoadedLibrary, RunBringsTheLibraryDownAndFailuresOutliveTheCall) {
     EXPECT_EQ(table_.checkForUpdate(downloader), 0);
     EXPECT_EQ(directory.read("a/b.tx"), "bytes");
 
-    server.on("/lib/id.txt", TestSupport::withStatus(404));
+    server.on("/lib/id.txt", withStatus(404));
     EXPECT_EQ(table_.download(downloader), -1);
     table_.destroyDownloader(downloader);
     table_.deinitNetwork(network);
