@@ -1,27 +1,18 @@
 #pragma once
 
-// A host that listens to nothing and only keeps in mind whether it was told of a failure.
+// A host that keeps in mind whether it was told of a failure, and formats what it is told, so that
+// the sanitizers see the arguments.
 
 #include <cstdarg>
 #include <cstdint>
 
 #include "foundation/string_builder.h"
-#include "interface/message_sink.h"
+#include "support/silent_sink.h"
 
 namespace Fuzzing {
 
-class SilentSink final : public MessageSink {
+class SilentSink final : public TestSupport::SilentSink {
 public:
-    bool toldFailure = false;
-
-    void setProgressRange(std::int32_t) override {}
-    void setProgress(std::int32_t) override {}
-    void setProgressText(const char*) override {}
-    std::int32_t getAbortCode() override { return 0; }
-    void progressBegin() override {}
-    void progressEnd() override {}
-    void logInfo(const char*, ...) override {}
-    /// Formats as a host would, so that the sanitizers see the arguments.
     void reportWarning(const char*, std::int32_t, const char* format, ...) override {
         std::va_list arguments;
         va_start(arguments, format);
@@ -41,7 +32,6 @@ public:
         va_end(arguments);
         toldFailure = true;
     }
-    void logDebug(const char*, ...) override {}
 };
 
 }  // namespace Fuzzing

@@ -13,206 +13,166 @@ namespace {
 using namespace std::chrono_literals;
 using Outcome = BrokenAnswer::Outcome;
 using Script = std::function<Handler(const std::string& body)>;
+using Rows = std::vector<BrokenAnswer>;
 
-/// Numbers are libcurl's result codes.
 std::string connectionError(int reason) {
     return "Connection error: reason=" + std::to_string(reason) + " ";
 }
 
+/// `reason` is libcurl's result code.
+BrokenAnswer failing(const char* name, int reason, Script script) {
+    return {name, Outcome::Fails, connectionError(reason), std::move(script)};
+}
+
 /// Where resets aren't shown, what the same bytes with an ordinary end are.
-std::string resetError(int reasonAtEnd) {
-    return connectionError(showsResets() ? 56 : reasonAtEnd);
+BrokenAnswer reset(const char* name, int reasonAtEnd, Script script) {
+    return failing(name, showsResets() ? 56 : reasonAtEnd, std::move(script));
 }
 
-std::string status(int number) {
-    return "Unexpected HTTP status (" + std::to_string(number) + ")";
-}
-
-BrokenAnswer failing(const char* name, std::string cause, Script script) {
-    return {name, Outcome::Fails, std::move(cause), std::move(script)};
+BrokenAnswer refused(const char* name, int status, Script script) {
+    return {name, Outcome::Fails, "Unexpected HTTP status (" + std::to_string(status) + ")",
+            std::move(script)};
 }
 
 BrokenAnswer arriving(const char* name, Script script,
-                      std::function<std::string(const std::string&)> delivered = {}) {
-    if (!delivered) {
-        delivered = [](const std::string& body) { return body; };
-    }
+                      std::function<std::string(const std::string&)> delivered = std::identity()) {
     return {name, Outcome::Arrives, {}, std::move(script), std::move(delivered)};
 }
 
-BrokenAnswer endless(const char* name, Script script) {
-    return {name, Outcome::EndsByAbort, "Download aborted (7)", std::move(script)};
+BrokenAnswer endless(const char* name, Handler handler) {
+    return {name, Outcome::EndsByAbort, "Download aborted (7)",
+            [handler = std::move(handler)](const std::string&) { return handler; }};
 }
 
 BrokenAnswer stalled(const char* name, Script script) {
     return {name, Outcome::EndsByTimeLimit, connectionError(28), std::move(script)};
 }
 
-/// Where the body begins in the bytes of a sound answer.
-std::size_t bodyAt(const std::string& body) {
-    return ok(body).bytes().size() - body.size();
-}
+enum class At { Once, StatusLine, Headers, BodysStart, Body, LastByte };
 
-Script breaking(Break how, std::function<std::size_t(const std::string& body)> where) {
-    return [how, where = std::move(where)](const std::string& body) {
-        return breakAt(ok(body).bytes(), where(body), how);
+Script breaking(Break how, At place) {
+    return [how, place](const std::string& body) {
+        const std::string bytes = ok(body).bytes();
+        const std::size_t bodyAt = bytes.size() - body.size();
+        const std::size_t places[] = {
+            0, 10, 25, bodyAt, bodyAt + body.size() / 2, bytes.size() - 1};
+        return breakAt(bytes, places[static_cast<std::size_t>(place)], how);
     };
 }
 
-std::size_t atOnce(const std::string&) {
-    return 0;
-}
-
-std::size_t inStatusLine(const std::string&) {
-    return 10;
-}
-
-std::size_t inHeaders(const std::string&) {
-    return 25;
-}
-
-std::size_t beforeTheBody(const std::string& body) {
-    return bodyAt(body);
-}
-
-std::size_t inTheBody(const std::string& body) {
-    return bodyAt(body) + body.size() / 2;
-}
-
-std::size_t beforeTheLastByte(const std::string& body) {
-    return bodyAt(body) + body.size() - 1;
-}
-
-/// `lines` as the head's header lines, then the body and the end of the connection.
-Script answeringWith(const std::string& lines, const std::string& behind = {}) {
-    return [lines, behind](const std::string& body) {
-        return answerBytesAndClose("HTTP/1.1 200 OK\r\n" + lines + "\r\n" + body + behind);
+/// These header lines, the body and the end of the connection.
+Script under(const std::string& lines) {
+    return [lines](const std::string& body) {
+        return answerBytesAndClose("HTTP/1.1 200 OK\r\n" + lines + "\r\n" + body);
     };
 }
 
-std::string chunkHead(const std::string& sizeText, const std::string& body) {
-    return "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" + sizeText + "\r\n" + body;
+Script chunkOfSize(const std::string& sizeText) {
+    return under("Transfer-Encoding: chunked\r\n\r\n" + sizeText);
 }
 
-Script chunkOfSize(const char* sizeText) {
-    return [sizeText](const std::string& body) {
-        return answerBytesAndClose(chunkHead(sizeText, body));
-    };
-}
-
-Script ignoringTheBody(Handler handler) {
+Script withoutTheBody(Handler handler) {
     return [handler = std::move(handler)](const std::string&) { return handler; };
 }
 
+Script underStatus(int status) {
+    return [status](const std::string& body) { return answer(withStatus(status, body)); };
+}
+
 Handler sendEndlessTrailers(const std::string& body) {
-    const std::string start = inChunks(body, 4096);
-    return [start](Connection& client, const Request&) {
+    return [start = inChunks(body, 4096)](Connection& client, const Request&) {
         client.send("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n");
         client.send(std::string_view(start).substr(0, start.size() - 2));
         client.sendForever("X-Trailer: 0123456789abcdef\r\n");
     };
 }
 
-void addBreaks(std::vector<BrokenAnswer>& table) {
-    table.push_back(failing("ClosedAtOnce", connectionError(52), breaking(Break::Close, atOnce)));
-    table.push_back(failing("ResetAtOnce", resetError(52), breaking(Break::Reset, atOnce)));
-    table.push_back(failing("ClosedInTheStatusLine", connectionError(52),
-                            breaking(Break::Close, inStatusLine)));
-    table.push_back(
-        failing("ClosedInTheHeaders", connectionError(8), breaking(Break::Close, inHeaders)));
-    table.push_back(failing("ResetInTheHeaders", resetError(8), breaking(Break::Reset, inHeaders)));
-    table.push_back(
-        failing("ClosedBeforeTheBody", connectionError(18), breaking(Break::Close, beforeTheBody)));
-    table.push_back(
-        failing("ClosedInTheBody", connectionError(18), breaking(Break::Close, inTheBody)));
-    table.push_back(failing("ResetInTheBody", resetError(18), breaking(Break::Reset, inTheBody)));
-    table.push_back(failing("ClosedBeforeTheLastByte", connectionError(18),
-                            breaking(Break::Close, beforeTheLastByte)));
-    table.push_back(stalled("StallsAtOnce", breaking(Break::Stall, atOnce)));
-    table.push_back(stalled("StallsInTheHeaders", breaking(Break::Stall, inHeaders)));
-    table.push_back(stalled("StallsInTheBody", breaking(Break::Stall, inTheBody)));
-    table.push_back(stalled("DripsItsHeaders", [](const std::string&) {
-        return dripBytes("HTTP/1.1 200 OK\r\nX-Filler: " + std::string(1'000'000, 'x'), 1, 2ms);
-    }));
-    table.push_back(endless("DripsItsBody", [](const std::string&) {
-        return dripBytes("HTTP/1.1 200 OK\r\n\r\n" + std::string(1'000'000, 'x'), 40, 1ms);
-    }));
-    table.push_back(endless("EndlessBody", ignoringTheBody(sendEndlessBody())));
+Rows breaks() {
+    const std::string megabyte(1'000'000, 'x');
+    return {
+        failing("ClosedAtOnce", 52, breaking(Break::Close, At::Once)),
+        reset("ResetAtOnce", 52, breaking(Break::Reset, At::Once)),
+        failing("ClosedInTheStatusLine", 52, breaking(Break::Close, At::StatusLine)),
+        failing("ClosedInTheHeaders", 8, breaking(Break::Close, At::Headers)),
+        reset("ResetInTheHeaders", 8, breaking(Break::Reset, At::Headers)),
+        failing("ClosedBeforeTheBody", 18, breaking(Break::Close, At::BodysStart)),
+        failing("ClosedInTheBody", 18, breaking(Break::Close, At::Body)),
+        reset("ResetInTheBody", 18, breaking(Break::Reset, At::Body)),
+        failing("ClosedBeforeTheLastByte", 18, breaking(Break::Close, At::LastByte)),
+        stalled("StallsAtOnce", breaking(Break::Stall, At::Once)),
+        stalled("StallsInTheHeaders", breaking(Break::Stall, At::Headers)),
+        stalled("StallsInTheBody", breaking(Break::Stall, At::Body)),
+        stalled("DripsItsHeaders",
+                withoutTheBody(dripBytes("HTTP/1.1 200 OK\r\nX-Filler: " + megabyte, 1, 2ms))),
+        endless("DripsItsBody", dripBytes("HTTP/1.1 200 OK\r\n\r\n" + megabyte, 40, 1ms)),
+        endless("EndlessBody", sendEndlessBody()),
+    };
 }
 
-void addLies(std::vector<BrokenAnswer>& table) {
-    table.push_back(failing("LessThanTold", connectionError(18), [](const std::string& body) {
+Rows lies() {
+    const auto longer = [](const std::string& body) {
         return answerWithLength(body, body.size() + 1'000);
-    }));
-    table.push_back(arriving(
-        "MoreThanTold",
-        [](const std::string& body) { return answerWithLength(body, body.size() / 2); },
-        [](const std::string& body) { return body.substr(0, body.size() / 2); }));
-    table.push_back(
-        failing("NegativeLength", connectionError(8), answeringWith("Content-Length: -1\r\n")));
-    table.push_back(failing("LengthBeyondAllNumbers", connectionError(63),
-                            answeringWith("Content-Length: 99999999999999999999\r\n")));
-    table.push_back(
-        failing("LengthOfNoNumber", connectionError(8), answeringWith("Content-Length: many\r\n")));
-    table.push_back(failing("HugeLength", connectionError(18),
-                            answeringWith("Content-Length: 9223372036854775807\r\n")));
-    table.push_back(failing("BadChunk", connectionError(56), answerWithBadChunk));
-    table.push_back(failing("NoLastChunk", connectionError(18), answerWithoutLastChunk));
-    table.push_back(failing("HugeChunk", connectionError(18), chunkOfSize("7fffffffffffffff")));
-    table.push_back(
-        failing("ChunkBeyondAllNumbers", connectionError(56), chunkOfSize("ffffffffffffffffff")));
-    table.push_back(failing("NegativeChunk", connectionError(56), chunkOfSize("-5")));
-    table.push_back(failing("EndlessTrailers", connectionError(56), sendEndlessTrailers));
-    table.push_back(failing("ChunksTwice", connectionError(61),
-                            answeringWith("Transfer-Encoding: gzip, chunked\r\n")));
-    table.push_back(failing("CodingNobodyAskedFor", connectionError(61),
-                            answeringWith("Transfer-Encoding: deflate\r\n")));
-    table.push_back(arriving("CompressedBody", ignoringTheBody(answerCompressed()),
-                             [](const std::string&) { return gzipSample(); }));
+    };
+    const auto shorter = [](const std::string& body) {
+        return answerWithLength(body, body.size() / 2);
+    };
+    return {
+        failing("LessThanTold", 18, longer),
+        arriving("MoreThanTold", shorter,
+                 [](const std::string& body) { return body.substr(0, body.size() / 2); }),
+        failing("NegativeLength", 8, under("Content-Length: -1\r\n")),
+        failing("LengthBeyondAllNumbers", 63, under("Content-Length: 99999999999999999999\r\n")),
+        failing("LengthOfNoNumber", 8, under("Content-Length: many\r\n")),
+        failing("HugeLength", 18, under("Content-Length: 9223372036854775807\r\n")),
+        failing("BadChunk", 56, answerWithBadChunk),
+        failing("NoLastChunk", 18, answerWithoutLastChunk),
+        failing("HugeChunk", 18, chunkOfSize("7fffffffffffffff")),
+        failing("ChunkBeyondAllNumbers", 56, chunkOfSize("ffffffffffffffffff")),
+        failing("NegativeChunk", 56, chunkOfSize("-5")),
+        failing("EndlessTrailers", 56, sendEndlessTrailers),
+        failing("ChunksTwice", 61, under("Transfer-Encoding: gzip, chunked\r\n")),
+        failing("CodingNobodyAskedFor", 61, under("Transfer-Encoding: deflate\r\n")),
+        arriving("CompressedBody", withoutTheBody(answerCompressed()),
+                 [](const std::string&) { return gzipSample(); }),
+    };
 }
 
-void addStrangeHeads(std::vector<BrokenAnswer>& table) {
-    table.push_back(
-        failing("EndlessHeaders", connectionError(56), ignoringTheBody(sendEndlessHeaders())));
-    table.push_back(failing("EndlessStatusLine", connectionError(27),
-                            ignoringTheBody(sendEndlessStatusLine())));
-    table.push_back(failing("EndlessInterimResponses", connectionError(56),
-                            ignoringTheBody(sendEndlessInterimResponses())));
-    table.push_back(arriving("InterimResponses", [](const std::string& body) {
-        return answerAfterInterim(50, ok(body));
-    }));
-    table.push_back(failing("Garbage", connectionError(1), ignoringTheBody(answerGarbage())));
-    table.push_back(failing("NoHeadAtAll", connectionError(1), [](const std::string& body) {
+Rows strangeHeads() {
+    const auto noHead = [](const std::string& body) {
         return answerBytesAndClose(body + "\r\n\r\n");
-    }));
-    table.push_back(failing("NulInAHeader", connectionError(8),
-                            answeringWith(std::string("X-A: b\0c\r\n", 10))));
-    table.push_back(failing("SwitchesProtocols", connectionError(8), [](const std::string& body) {
+    };
+    const auto switching = [](const std::string& body) {
         return answerBytesAndClose("HTTP/1.1 101 Switching Protocols\r\nUpgrade: x\r\n\r\n" + body);
-    }));
-    table.push_back(failing("NoContentWithABody", status(204), answerNoContentWithBody));
-    table.push_back(failing("PartialContent", status(206),
-                            [](const std::string& body) { return answer(withStatus(206, body)); }));
-    table.push_back(failing("NotModified", status(304),
-                            [](const std::string& body) { return answer(withStatus(304, body)); }));
-    table.push_back(
-        failing("RedirectToAFile", status(302), ignoringTheBody(redirectTo("file:///etc/passwd"))));
-    table.push_back(
-        failing("RedirectToItself", status(302), ignoringTheBody(redirectTo("/lib/id.txt"))));
-    table.push_back(failing("ServerError", status(503),
-                            [](const std::string& body) { return answer(withStatus(503, body)); }));
-    table.push_back(arriving("ClosesAKeptConnection",
-                             [](const std::string& body) { return answerAndClose(ok(body)); }));
+    };
+    return {
+        failing("EndlessHeaders", 56, withoutTheBody(sendEndlessHeaders())),
+        failing("EndlessStatusLine", 27, withoutTheBody(sendEndlessStatusLine())),
+        failing("EndlessInterimResponses", 56, withoutTheBody(sendEndlessInterimResponses())),
+        arriving("InterimResponses",
+                 [](const std::string& body) { return answerAfterInterim(50, ok(body)); }),
+        failing("Garbage", 1, withoutTheBody(answerGarbage())),
+        failing("NoHeadAtAll", 1, noHead),
+        failing("NulInAHeader", 8, under(std::string("X-A: b\0c\r\n", 10))),
+        failing("SwitchesProtocols", 8, switching),
+        refused("NoContentWithABody", 204, answerNoContentWithBody),
+        refused("PartialContent", 206, underStatus(206)),
+        refused("NotModified", 304, underStatus(304)),
+        refused("RedirectToAFile", 302, withoutTheBody(redirectTo("file:///etc/passwd"))),
+        refused("RedirectToItself", 302, withoutTheBody(redirectTo("/lib/id.txt"))),
+        refused("ServerError", 503, underStatus(503)),
+        arriving("ClosesAKeptConnection",
+                 [](const std::string& body) { return answerAndClose(ok(body)); }),
+    };
 }
 
 }  // namespace
 
 const std::vector<BrokenAnswer>& brokenAnswers() {
-    static const std::vector<BrokenAnswer> table = [] {
-        std::vector<BrokenAnswer> rows;
-        addBreaks(rows);
-        addLies(rows);
-        addStrangeHeads(rows);
+    static const Rows table = [] {
+        Rows rows;
+        for (const Rows& part : {breaks(), lies(), strangeHeads()}) {
+            rows.insert(rows.end(), part.begin(), part.end());
+        }
         return rows;
     }();
     return table;

@@ -1,7 +1,6 @@
 #pragma once
 
-// Every way in which an answer can be broken, with what a run makes of it. Data for the test beside
-// it.
+// Every way in which an answer can be broken, with what a run makes of it. Data for tests.
 
 #include <functional>
 #include <string>
@@ -15,11 +14,10 @@ struct BrokenAnswer {
     enum class Outcome {
         /// The request fails with `cause`.
         Fails,
-        /// Nothing is wrong as far as anyone can see: `delivered` tells what arrives.
+        /// Nothing is wrong as far as anyone can see: `delivered` tells what of the body arrives.
         Arrives,
         /// It would go on for ever, and ends when the host wants it.
         EndsByAbort,
-        /// It ends by the time limit.
         EndsByTimeLimit,
     };
 
@@ -29,7 +27,6 @@ struct BrokenAnswer {
     std::string cause;
     /// The handler that breaks the answer with this body.
     std::function<Handler(const std::string& body)> script;
-    /// What of the body arrives, for `Arrives`.
     std::function<std::string(const std::string& body)> delivered = {};
 };
 

@@ -1,5 +1,6 @@
-// The functions of the malloc family and the operators, defined in the program itself: calls of
-// every shared library end here too.
+// The functions of the malloc family, defined in the program itself: calls of every shared library
+// end here too, and those of the operators, which the C++ library makes of them. Aligned blocks,
+// which nobody here asks for, neither fail nor count.
 
 #include "hostile/failing_allocator.h"
 
@@ -8,9 +9,6 @@
 
 #include <atomic>
 #include <cerrno>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <new>
 
 // What allocates in truth: the C library's functions, or those of a sanitizer in front of them.
@@ -24,7 +22,6 @@ extern "C" {
 void* TRUE_ALLOCATOR(malloc)(std::size_t size);
 void* TRUE_ALLOCATOR(calloc)(std::size_t count, std::size_t size);
 void* TRUE_ALLOCATOR(realloc)(void* block, std::size_t size);
-void* TRUE_ALLOCATOR(memalign)(std::size_t alignment, std::size_t size);
 void TRUE_ALLOCATOR(free)(void* block);
 }
 
@@ -35,7 +32,7 @@ namespace {
 // No constructors run for these: allocations come before main and after it.
 constinit std::atomic<std::int64_t> countdown{0};
 constinit std::atomic<bool> isArmed{false};
-constinit std::atomic<bool> isLasting{false};
+constinit std::atomic<bool> lasts{false};
 /// If above 0, blocks of this size fail, and `countdown` says nothing.
 constinit std::atomic<std::size_t> failingSize{0};
 constinit std::atomic<bool> hasFailed{false};
@@ -50,7 +47,7 @@ bool isDue(std::size_t size) {
         return size == failingSize;
     }
     const std::int64_t left = countdown.fetch_sub(1) - 1;
-    return left == 0 || (left < 0 && isLasting);
+    return left == 0 || (left < 0 && lasts);
 }
 
 bool fails(std::size_t size) {
@@ -67,24 +64,26 @@ void* counted(void* block) {
     return block;
 }
 
-}  // namespace
-
-void letAllocationFail(std::int64_t n, Shortage shortage) {
+void arm(std::int64_t n, bool isLasting, std::size_t size) {
     countdown = n;
-    isLasting = shortage == Shortage::Lasting;
-    hasFailed = false;
-    isArmed = true;
-}
-
-void letBlocksFail(std::size_t size) {
+    lasts = isLasting;
     failingSize = size;
     hasFailed = false;
     isArmed = true;
 }
 
+}  // namespace
+
+void letAllocationFail(std::int64_t n, bool isLasting) {
+    arm(n, isLasting, 0);
+}
+
+void letBlocksFail(std::size_t size) {
+    arm(0, false, size);
+}
+
 bool endShortage() {
     isArmed = false;
-    failingSize = 0;
     return hasFailed;
 }
 
@@ -92,31 +91,10 @@ std::int64_t liveBlocks() {
     return live;
 }
 
-namespace {
-
-void* allocate(std::size_t size) {
-    return fails(size) ? nullptr : counted(TRUE_ALLOCATOR(malloc)(size));
-}
-
-void* allocateAligned(std::size_t alignment, std::size_t size) {
-    return fails(size) ? nullptr : counted(TRUE_ALLOCATOR(memalign)(alignment, size));
-}
-
-void release(void* block) {
-    live.fetch_sub(block != nullptr ? 1 : 0, std::memory_order_relaxed);
-    TRUE_ALLOCATOR(free)(block);
-}
-
-void* required(void* block) {
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    return block;
-}
-
-}  // namespace
-
 }  // namespace TestSupport
+
+using TestSupport::counted;
+using TestSupport::fails;
 
 // The functions of this program are hidden from its libraries otherwise.
 #pragma GCC visibility push(default)
@@ -124,22 +102,20 @@ void* required(void* block) {
 extern "C" {
 
 void* malloc(std::size_t size) {
-    return TestSupport::allocate(size);
+    return fails(size) ? nullptr : counted(TRUE_ALLOCATOR(malloc)(size));
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-    return TestSupport::fails(count * size)
-               ? nullptr
-               : TestSupport::counted(TRUE_ALLOCATOR(calloc)(count, size));
+    return fails(count * size) ? nullptr : counted(TRUE_ALLOCATOR(calloc)(count, size));
 }
 
 void* realloc(void* block, std::size_t size) {
-    if (TestSupport::fails(size)) {
+    if (fails(size)) {
         return nullptr;
     }
     void* const moved = TRUE_ALLOCATOR(realloc)(block, size);
     if (block == nullptr) {
-        return TestSupport::counted(moved);
+        return counted(moved);
     }
     if (size == 0 && moved == nullptr) {
         TestSupport::live.fetch_sub(1, std::memory_order_relaxed);
@@ -147,88 +123,35 @@ void* realloc(void* block, std::size_t size) {
     return moved;
 }
 
-void* memalign(std::size_t alignment, std::size_t size) {
-    return TestSupport::allocateAligned(alignment, size);
-}
-
-void* aligned_alloc(std::size_t alignment, std::size_t size) {
-    return TestSupport::allocateAligned(alignment, size);
-}
-
-int posix_memalign(void** block, std::size_t alignment, std::size_t size) {
-    void* const aligned = TestSupport::allocateAligned(alignment, size);
-    if (aligned == nullptr) {
-        return ENOMEM;
-    }
-    *block = aligned;
-    return 0;
-}
-
 void free(void* block) {
-    TestSupport::release(block);
+    TestSupport::live.fetch_sub(block != nullptr ? 1 : 0, std::memory_order_relaxed);
+    TRUE_ALLOCATOR(free)(block);
 }
 
 }  // extern "C"
 
-void* operator new(std::size_t size) {
-    return TestSupport::required(TestSupport::allocate(size));
-}
+#ifdef KIV_ALLOCATES_FROM_SANITIZER
+// The sanitizer has operators of its own, which don't come by here.
 
-void* operator new[](std::size_t size) {
-    return TestSupport::required(TestSupport::allocate(size));
+void* operator new(std::size_t size) {
+    if (void* const block = malloc(size)) {
+        return block;
+    }
+    throw std::bad_alloc();
 }
 
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return TestSupport::allocate(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return TestSupport::allocate(size);
-}
-
-void* operator new(std::size_t size, std::align_val_t alignment) {
-    return TestSupport::required(
-        TestSupport::allocateAligned(static_cast<std::size_t>(alignment), size));
-}
-
-void* operator new[](std::size_t size, std::align_val_t alignment) {
-    return TestSupport::required(
-        TestSupport::allocateAligned(static_cast<std::size_t>(alignment), size));
+    return malloc(size);
 }
 
 void operator delete(void* block) noexcept {
-    TestSupport::release(block);
-}
-
-void operator delete[](void* block) noexcept {
-    TestSupport::release(block);
+    free(block);
 }
 
 void operator delete(void* block, std::size_t) noexcept {
-    TestSupport::release(block);
+    free(block);
 }
 
-void operator delete[](void* block, std::size_t) noexcept {
-    TestSupport::release(block);
-}
-
-void operator delete(void* block, std::align_val_t) noexcept {
-    TestSupport::release(block);
-}
-
-void operator delete[](void* block, std::align_val_t) noexcept {
-    TestSupport::release(block);
-}
-
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept {
-    TestSupport::release(block);
-}
-
-void operator delete[](void* block, std::size_t, std::align_val_t) noexcept {
-    TestSupport::release(block);
-}
-
-#ifdef KIV_ALLOCATES_FROM_SANITIZER
 extern "C" int pthread_getattr_np(pthread_t thread, pthread_attr_t* attributes) noexcept {
     using Function = int (*)(pthread_t, pthread_attr_t*);
     const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "pthread_getattr_np"));

@@ -27,21 +27,16 @@ std::string entry(const std::string& path) {
     return "[{\"path\":\"before.tx\"},{\"path\":\"" + path + "\"}]";
 }
 
+constexpr const char* leaves = "leaves the target directory";
+
 HostileList leaving(const char* name, const std::string& path) {
-    return {name, entry(path), -1, "leaves the target directory"};
+    return {name, entry(path), -1, leaves};
 }
 
-/// A name that Windows would take elsewhere: refused there, and a name like any other elsewhere.
-HostileList elsewhereOnWindows(const char* name, const std::string& path) {
-    return Brelt::windowsTakesNamesElsewhere ? leaving(name, path)
+/// Refused on Windows, and a name like any other elsewhere.
+HostileList onWindows(const char* told, const char* name, const std::string& path) {
+    return Brelt::windowsTakesNamesElsewhere ? HostileList{name, entry(path), -1, told}
                                              : HostileList{name, entry(path), 0};
-}
-
-/// A name that no file of Windows can have.
-HostileList unusableOnWindows(const char* name, const std::string& path) {
-    return Brelt::windowsTakesNamesElsewhere
-               ? HostileList{name, entry(path), -1, "Could not create file"}
-               : HostileList{name, entry(path), 0};
 }
 
 std::string repeated(const std::string& piece, int count) {
@@ -53,6 +48,7 @@ std::string repeated(const std::string& piece, int count) {
 }
 
 std::vector<HostileList> hostileLists() {
+    const std::string longName = std::string(250, 'n') + "/x";
     return {
         leaving("Climbs", "../x"),
         leaving("ClimbsFromBelow", "sub/../../x"),
@@ -62,19 +58,26 @@ std::vector<HostileList> hostileLists() {
         leaving("ClimbsFar", repeated("../", 60) + "etc/x"),
         leaving("ClimbsBehindManyDots", "./././../x"),
         {"AbsolutePathStaysInside", entry("/etc/x"), 0},
-        elsewhereOnWindows("DriveStaysInside", "C:\\\\x"),
-        elsewhereOnWindows("ManyDotsAreAName", ".../x"),
+        onWindows(leaves, "DriveStaysInside", "C:\\\\x"),
+        onWindows(leaves, "ManyDotsAreAName", ".../x"),
+        onWindows(leaves, "DeviceIsAName", "maps/nul.tx"),
+        onWindows(leaves, "BlankAtAnEndIsAName", "end "),
+        onWindows(leaves, "StreamOfTheStampIsAName", "id.txt::$DATA"),
         {"StampIsLeftOut", entry("id.txt"), 0},
+        {"StampInAnotherCaseIsLeftOutOnWindows", entry("ID.TXT"), 0},
         {"StampByADetourIsLeftOut", entry("sub/..//./id.txt"), 0},
         {"StampAsADirectory", entry("id.txt/x"), -1, "Could not create "},
         {"FileAsADirectory", entry("before.tx/x"), -1, "Could not create "},
         {"DirectoryAsAFile", entry("sub/x") + " ", 0},
-        {"TargetItself", entry("."), -1, "Could not create file"},
+        {"TargetItself", entry("."), -1,
+         "[DownloaderImpl::saveFile] -1: Could not create file \".\" | "},
         {"SamePathTwice", entry("before.tx"), 0},
-        {"NameTooLong", entry(std::string(250, 'n') + "/x"), -1, "Could not create directory path"},
+        {"NameTooLong", entry(longName), -1,
+         "[DownloaderImpl::saveFile] -1: Could not create directory path to \"" + longName +
+             "\" | [createPathImpl] -1: Path length exceeds MAX_PATH"},
         {"PathOfKilobytes", entry(repeated("d/", 5'000)), -1, "Could not create directory path"},
-        unusableOnWindows("ControlCharacters", "a\\u0001\\n\\r\\tb"),
-        elsewhereOnWindows("HeaderLinesInAName", "a HTTP/1.1\\r\\nX: y"),
+        onWindows("Could not create file", "ControlCharacters", "a\\u0001\\n\\r\\tb"),
+        onWindows(leaves, "HeaderLinesInAName", "a HTTP/1.1\\r\\nX: y"),
         {"NulInAName", entry("a\\u0000/../../x"), 0},
         {"NoUtf8", entry("\xFF\xC0\xAF..\xC0\xAFx"), 0},
         {"LoneSurrogate", entry("\\ud800x"), -1, "Parsing json file list failed"},
@@ -104,9 +107,15 @@ TEST_P(HostileLists, WriteNothingOutsideAndNeverTheStamp) {
     EXPECT_NE(ground.sink.errorText().find(list.told), std::string::npos)
         << ground.sink.errorText();
     EXPECT_EQ(ground.toldFailure(), list.result != 0);
+    if (list.told == leaves) {
+        EXPECT_EQ(ground.server.targets().back(), "/lib/filelist.json");
+    }
+    if (Brelt::windowsTakesNamesElsewhere) {
+        EXPECT_EQ(ground.server.requestCount("/lib/ID.TXT"), 0);
+    }
     EXPECT_EQ(ground.stampOnDisk(), list.result == 0 ? ground.library.stamp : "old");
     for (const auto& [path, content] : readTree(ground.target.path())) {
-        EXPECT_EQ(path.rfind("inside/", 0), 0U) << path << " lies outside";
+        EXPECT_TRUE(path.starts_with("inside/")) << path << " lies outside";
     }
     std::filesystem::remove_all(ground.target.path() / "inside");
     ground.expectHealing();

@@ -1,18 +1,14 @@
 // Much of everything: entries, files, connections, downloaders, runs. The long form has the full
 // numbers; each test's short one takes the same road.
 
-#include <functional>
-#include <memory>
+#include <optional>
 #include <thread>
-#include <utility>
 
 #include "foundation/pmem_stream.h"
 #include "foundation/table.h"
 #include "hostile/besieged.h"
 #include "hostile/broken_answers.h"
-#include "hostile/long_form.h"
 #include "interface/downloader_impl.h"
-#include "support/process_state.h"
 
 using namespace TestSupport;
 
@@ -22,19 +18,18 @@ std::string numbered(int i) {
     return "d" + std::to_string(i % 97) + "/f" + std::to_string(i);
 }
 
-SampleLibrary libraryOf(int count, const std::function<int(int)>& fileOf,
-                        const std::optional<std::string>& rule) {
+/// That many entries, which name that many files.
+SampleLibrary libraryOf(int entries, int files, const std::optional<std::string>& rule) {
     SampleLibrary library;
-    for (int i = 0; i < count; ++i) {
-        library.add(numbered(fileOf(i)), std::to_string(i), rule);
+    for (int i = 0; i < entries; ++i) {
+        library.add(numbered(i % files), std::to_string(i), rule);
     }
     return library;
 }
 
 TEST(Load, TwoHundredThousandEntriesThatArePresentAreLookedAtAndNotFetched) {
     const int files = longOrShort(200'000, 1'000);
-    Besieged ground(libraryOf(
-        200'000, [files](int i) { return i % files; }, "missing"));
+    Besieged ground(libraryOf(200'000, files, "missing"));
     for (int i = 0; i < files; ++i) {
         ground.target.write("inside/" + numbered(i), "");
     }
@@ -43,23 +38,16 @@ TEST(Load, TwoHundredThousandEntriesThatArePresentAreLookedAtAndNotFetched) {
     EXPECT_EQ(ground.stampOnDisk(), ground.library.stamp);
 }
 
-/// Says that it is as long as the test wants.
-class StreamOfSize final : public Brelt::PMemStream {
-public:
-    explicit StreamOfSize(std::int64_t claimed) : PMemStream(4096), claimed_(claimed) {}
-    std::int64_t Size() override { return claimed_; }
-
-private:
-    std::int64_t claimed_;
-};
-
 constexpr std::int64_t largestList = std::int64_t{1} << 30;
 
 TEST(Load, ListOfMoreThanOneGibibyteIsRefusedBeforeItIsRead) {
+    struct StreamOfSize final : Brelt::PMemStream {
+        StreamOfSize() : PMemStream(4096) {}
+        std::int64_t Size() override { return largestList + 1; }
+    } stream;
     RecordingSink sink;
     DownloaderParams params;
     DownloaderImpl downloader(&sink, &params);
-    StreamOfSize stream(largestList + 1);
     Brelt::Table<DownloaderImpl::ListFile> files;
     EXPECT_EQ(downloader.parseListFile(&stream, files), -1);
     EXPECT_EQ(sink.lines(), Lines{"logError Incorrect size of json file list (1073741825 bytes)"});
@@ -82,43 +70,26 @@ TEST(Load, ListOfMoreThanOneGibibyteEndsAWholeRun) {
 }
 
 TEST(Load, ManyFilesComeThroughAServerThatClosesEveryConnection) {
-    Besieged ground(libraryOf(
-        longOrShort(50'000, 1'000), [](int i) { return i; }, std::nullopt));
+    const int files = longOrShort(50'000, 1'000);
+    Besieged ground(libraryOf(files, files, std::nullopt));
     for (const auto& [name, content] : ground.library.served()) {
         ground.server.on("/lib/" + percentEncoded(name), answerAndClose(ok(content)));
     }
     EXPECT_EQ(ground.download(), 0) << ground.sink.errorText();
     EXPECT_EQ(differences(ground.library.expected(), ground.tree()), Lines{});
-    EXPECT_GE(ground.server.connections(), static_cast<int>(ground.library.files.size()));
+    EXPECT_GE(ground.server.connections(), files);
 }
 
-/// A host with a downloader of its own.
-struct Host {
-    RecordingSink sink;
-    TempDirectory target;
-    DownloaderParams params;
-
-    std::int32_t download(const std::string& url) {
-        DownloaderInterface table{};
-        initDownloaderInterface(&table);
-        params.url = url.c_str();
-        params.proxyMode = ProxyModeDirect;
-        params.targetDirectory = target.text().c_str();
-        DownloaderImpl* downloader = table.createDownloader(&sink, &params);
-        const std::int32_t result = sink.during([&] { return table.download(downloader); });
-        table.destroyDownloader(downloader);
-        return result;
-    }
-};
-
 /// Each runs three times: once to be aborted somewhere, once through, once for nothing.
-void runHost(Host& host, int number, const std::string& url, const Tree& expected) {
+void runHost(int number, const std::string& url, const Tree& expected) {
+    Downloading host;
+    host.params.url = url.c_str();
     host.sink.abortAfterPolls(number * 3, 7);
-    host.download(url);
+    host.download();
     host.sink.goOn();
-    EXPECT_EQ(host.download(url), 0) << host.sink.errorText();
+    EXPECT_EQ(host.download(), 0) << host.sink.errorText();
     EXPECT_EQ(differences(expected, readTree(host.target.path())), Lines{});
-    EXPECT_EQ(host.download(url), 0);
+    EXPECT_EQ(host.download(), 0);
 }
 
 TEST(Load, TwentyDownloadersOnTwentyThreadsKeepApart) {
@@ -126,14 +97,9 @@ TEST(Load, TwentyDownloadersOnTwentyThreadsKeepApart) {
         const SampleLibrary library = SampleLibrary::generated(40, 20'000);
         ScriptedServer server;
         server.serve("/lib", library.served());
-        std::vector<std::unique_ptr<Host>> hosts;
         std::vector<std::thread> threads;
         for (int i = 0; i < 20; ++i) {
-            hosts.push_back(std::make_unique<Host>());
-            threads.emplace_back([&, i] {
-                runHost(*hosts[static_cast<std::size_t>(i)], i, server.url("/lib"),
-                        library.expected());
-            });
+            threads.emplace_back([&, i] { runHost(i, server.url("/lib"), library.expected()); });
         }
         for (std::thread& thread : threads) {
             thread.join();

@@ -1,6 +1,9 @@
 // Whole runs against a server: what the host is told in which order, and what lies on disk.
 
+#include <algorithm>
+
 #include "support/downloader_fixture.h"
+#include "support/sample_library.h"
 
 using namespace TestSupport;
 
@@ -36,6 +39,7 @@ TEST_F(DownloadRun, CompleteRunTellsItsStepsInOrder) {
     serve(R"([{"path":"a.tx","size":3},{"path":"b/c.tx","size":9,"jpegSize":5}])",
           {{"a.tx", "abc"}, {"b/c.jpeg.tx", "lossy"}});
     target.write("id.txt", "6");
+    target.write("a.tx", "older and longer");
     EXPECT_EQ(download(), 0);
     Lines expected = upToStamp();
     expected.emplace_back("logInfo Local and remote stamp files are different.");
@@ -56,6 +60,10 @@ TEST_F(DownloadRun, CompleteRunTellsItsStepsInOrder) {
 TEST_F(DownloadRun, SecondRunFindsEqualStampsAndFetchesNothingElse) {
     serve("[]");
     EXPECT_EQ(checkForUpdate(), 1);
+    EXPECT_EQ(sink.of("logInfo").back().find(
+                  "Opening local stamp file failed: [PFileStream::Open] 2: (2) "),
+              0U);
+    EXPECT_EQ(sink.errorText(), "");
     EXPECT_FALSE(target.exists("id.txt"));
     EXPECT_EQ(download(), 0);
     EXPECT_EQ(checkForUpdate(), 0);
@@ -70,41 +78,17 @@ TEST_F(DownloadRun, SecondRunFindsEqualStampsAndFetchesNothingElse) {
     EXPECT_EQ(server.requestCount("/lib/filelist.json"), 1);
 }
 
-TEST_F(DownloadRun, MissingLocalStampIsToldAndIsNoError) {
-    serve("[]");
-    EXPECT_EQ(download(), 0);
-    const Lines infos = sink.of("logInfo");
-    EXPECT_EQ(infos.back().find("Opening local stamp file failed: [PFileStream::Open] 2: (2) "), 0U)
-        << infos.back();
-}
-
-TEST_F(DownloadRun, CheckCreatesNothing) {
-    serve("[]");
-    params.targetDirectory = target.text("not/there").c_str();
-    EXPECT_EQ(checkForUpdate(), 1);
-    EXPECT_FALSE(target.exists("not"));
-}
-
 TEST_F(DownloadRun, FinishedFilesAreSavedWhileOthersAreFed) {
-    std::string list = "[";
-    std::map<std::string, std::string> files;
-    for (int i = 0; i < 40; ++i) {
-        const std::string name = "dir " + std::to_string(i % 3) + "/\xC3\xA9" + std::to_string(i);
-        list += (i == 0 ? "" : ",") + std::string("{\"path\":\"") + name + "\"}";
-        files[name] = std::string(static_cast<std::size_t>(i) * 1000, 'f');
-    }
-    serve(list + "]", files);
+    const SampleLibrary library = SampleLibrary::generated(40, 40'000);
+    server.serve("/lib", library.served());
     EXPECT_EQ(download(), 0);
-    EXPECT_GE(sink.of("logInfo").size(), 40U + 35U);
-    for (int i = 0; i < 40; ++i) {
-        const std::string name = "dir " + std::to_string(i % 3) + "/\xC3\xA9" + std::to_string(i);
-        EXPECT_EQ(target.read(name).size(), static_cast<std::size_t>(i) * 1000);
-    }
-    // The size is unknown, so no figures are shown.
-    EXPECT_EQ(sink.of("setProgress"), (Lines{"0", "0", "0"}));
+    EXPECT_EQ(differences(library.expected(), readTree(target.path())), Lines{});
+    const Lines infos = sink.of("logInfo");
+    const auto isSaving = [](const std::string& line) { return line.starts_with("Saving file "); };
+    EXPECT_EQ(std::ranges::count_if(infos, isSaving), 40 - 5);
 }
 
-TEST_F(DownloadRun, FiveRequestsRunAtOnce) {
+TEST_F(DownloadRun, FiveRequestsRunAtOnceAndUnknownSizesShowNoFigures) {
     serve(R"([{"path":"1"},{"path":"2"},{"path":"3"},{"path":"4"},{"path":"5"}])");
     Gate& gate = server.makeGate(5);
     for (const char* name : {"/lib/1", "/lib/2", "/lib/3", "/lib/4", "/lib/5"}) {
@@ -112,6 +96,7 @@ TEST_F(DownloadRun, FiveRequestsRunAtOnce) {
     }
     EXPECT_EQ(download(), 0);
     EXPECT_EQ(target.read("5"), "/lib/5");
+    EXPECT_EQ(sink.of("setProgress"), (Lines{"0", "0", "0"}));
 }
 
 TEST_F(DownloadRun, ResponseOfAnotherSizeThanListedIsSavedAsItCame) {
@@ -145,12 +130,19 @@ TEST_F(DownloadRun, HostileSizesSaturate) {
 
 TEST_F(DownloadRun, SubPathMovesTheStampAndTheListButNoFile) {
     params.subPath = "be ta";
-    server.serve("/lib", {{"be ta/id.txt", "7"}, {"a", "A"}, {"be ta/b", "B"}});
+    server.serve("/lib", {{"be ta/id.txt", "7 \r\n"}, {"a", "A"}, {"be ta/b", "B"}});
+    server.on("/be ta/lib/filelist.json", ok(R"([{"path":"a"}])"));
+    // The stamp's directory comes with the files below it, or not at all.
+    EXPECT_EQ(download(), -1);
+    const Lines errors = sink.of("logError");
+    ASSERT_EQ(errors.size(), 1U);
+    EXPECT_EQ(errors[0].find("Creating local stamp file failed: [PFileStream::Create] 3: (3) "), 0U)
+        << errors[0];
     server.on("/be ta/lib/filelist.json", ok(R"([{"path":"a"},{"path":"be ta/b"}])"));
     EXPECT_EQ(download(), 0);
     EXPECT_EQ(server.targets().at(1), "/be ta/lib/filelist.json");
-    EXPECT_EQ(target.read("be ta/id.txt"), "7");
-    EXPECT_EQ(target.read("a"), "A");
+    EXPECT_EQ(readTree(target.path()),
+              (Tree{{"a", "A"}, {"be ta/b", "B"}, {"be ta/id.txt", "7 \r\n"}}));
 }
 
 TEST_F(DownloadRun, ChangedDirectoryTakesEffectAndChangedUrlDoesNot) {
