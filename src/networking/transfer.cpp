@@ -61,8 +61,7 @@ CURLcode Transfer::makeHandle() {
 }
 
 CURLcode Transfer::prepare(const std::string& target, ReqTokenGeneralType* token) {
-    // A handle that has failed is made anew: libcurl keeps the error number of its last failure.
-    if (easy_ == nullptr || failedBefore_) {
+    if (easy_ == nullptr || handleIsSpent_) {
         if (const CURLcode result = makeHandle(); result != CURLE_OK) {
             return result;
         }
@@ -71,7 +70,7 @@ CURLcode Transfer::prepare(const std::string& target, ReqTokenGeneralType* token
     received_ = headerBytes_ = 0;
     headerLines_ = attempts_ = 0;
     failure_ = CURLE_OK;
-    statusSeen_ = cancelled_ = failedBefore_ = false;
+    statusSeen_ = cancelled_ = handleIsSpent_ = false;
     staleOsError_ = info(CURLINFO_OS_ERRNO);
     curl_easy_setopt(easy(), CURLOPT_FRESH_CONNECT, 0L);
     return curl_easy_setopt(easy(), CURLOPT_REQUEST_TARGET, target.c_str());
@@ -100,7 +99,7 @@ void Transfer::finish(CURLcode result) noexcept {
         // The connection has closed inside the headers, which libcurl takes for an empty response.
         result = CURLE_WEIRD_SERVER_REPLY;
     }
-    failedBefore_ = cancelled_ || result != CURLE_OK;
+    handleIsSpent_ = cancelled_ || result != CURLE_OK || attempts_ > 1;
     if (!cancelled_ && result != CURLE_OK) {
         tellError(result);
     }

@@ -81,7 +81,9 @@ private:
     CURLcode failure_ = CURLE_OK;
     bool statusSeen_ = false;
     bool cancelled_ = false;
-    bool failedBefore_ = false;
+    /// The next request gets a new handle. libcurl keeps the error number of a handle's last failure,
+    /// and counts its second attempts over all its requests: the sixth would not be made.
+    bool handleIsSpent_ = false;
 };
 
 }  // namespace Norvel::Networking
