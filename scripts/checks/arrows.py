@@ -47,6 +47,8 @@ def resolve(path, name, files):
         roots.append("tests")
     if path.startswith("tests/host/"):
         roots.append("host")
+    if path.startswith("tests/support/"):
+        roots.append("tests/support/posix")  # or its twin for Windows, as CMake picks
     for root in roots:
         candidate = posixpath.normpath(posixpath.join(root, name))
         if candidate in files:

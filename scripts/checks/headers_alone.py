@@ -17,7 +17,7 @@ FLAGS = ["-std=c++20", "-fsyntax-only", "-Wall", "-Wextra", "-Wpedantic", "-Wcon
 
 
 def only_for_windows(path):
-    return re.search(r"_windows\.(?:h|cpp)$", path) is not None
+    return re.search(r"_windows\.(?:h|cpp)$|/windows/", path) is not None
 
 
 def headers(root):

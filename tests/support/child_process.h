@@ -23,15 +23,13 @@ public:
 
     /// Starts `command`, whose first word is a path, or a name that is looked up in the system's
     /// folders for programs and servers. `environment` holds lines of NAME=value that go over the
-    /// test's own; one without "=" takes the variable away. Raises `std::runtime_error` if the
-    /// program isn't there.
+    /// test's own; one without "=" takes the variable away. (A program of Linux beside Wine gets
+    /// none of that.) Raises `std::runtime_error` if the program isn't there.
     explicit ChildProcess(std::vector<std::string> command, std::filesystem::path output,
                           const std::vector<std::string>& environment = {});
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
     ~ChildProcess();
-
-    int pid() const;
 
     /// Sends a signal; nothing if it has ended.
     void signal(int number) const;

@@ -1,5 +1,5 @@
 // Children on Linux: started through util-linux's setpriv, which ties their life to ours, and
-// watched through a descriptor of their own.
+// env, and watched through a descriptor of their own.
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,7 +10,6 @@
 
 #include <csignal>
 #include <stdexcept>
-#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -32,29 +31,6 @@ std::filesystem::path findProgram(const std::string& name) {
     }
     throw std::runtime_error("the program " + name +
                              " isn't installed; scripts/test.sh installs what the tests need");
-}
-
-bool setsSameVariable(std::string_view a, std::string_view b) {
-    return a.substr(0, a.find('=')) == b.substr(0, b.find('='));
-}
-
-std::vector<std::string> mergedEnvironment(const std::vector<std::string>& changes) {
-    std::vector<std::string> merged;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        bool isChanged = false;
-        for (const std::string& change : changes) {
-            isChanged = isChanged || setsSameVariable(change, *entry);
-        }
-        if (!isChanged) {
-            merged.emplace_back(*entry);
-        }
-    }
-    for (const std::string& change : changes) {
-        if (change.find('=') != std::string::npos) {
-            merged.push_back(change);
-        }
-    }
-    return merged;
 }
 
 std::vector<char*> pointersTo(std::vector<std::string>& words) {
@@ -95,13 +71,11 @@ public:
     posix_spawnattr_t attributes{};
 };
 
-int spawn(std::vector<std::string> command, const std::filesystem::path& output,
-          std::vector<std::string> environment) {
+int spawn(std::vector<std::string> command, const std::filesystem::path& output) {
     const SpawnSettings settings(output);
     int pid = -1;
-    const int failure =
-        ::posix_spawn(&pid, command.front().c_str(), &settings.files, &settings.attributes,
-                      pointersTo(command).data(), pointersTo(environment).data());
+    const int failure = ::posix_spawn(&pid, command.front().c_str(), &settings.files,
+                                      &settings.attributes, pointersTo(command).data(), environ);
     if (failure != 0) {
         throw std::system_error(failure, std::generic_category(), "start " + command.front());
     }
@@ -123,10 +97,17 @@ struct ChildProcess::State {
 ChildProcess::ChildProcess(std::vector<std::string> command, std::filesystem::path output,
                            const std::vector<std::string>& environment)
     : command_(std::move(command)), output_(std::move(output)), state_(new State) {
-    std::vector<std::string> whole{findProgram("setpriv"), "--pdeathsig", "KILL", "--",
-                                   findProgram(command_.at(0))};
+    std::vector<std::string> whole{findProgram("setpriv"), "--pdeathsig", "KILL", "--", "env"};
+    const auto options = static_cast<std::ptrdiff_t>(whole.size());
+    for (const std::string& change : environment) {
+        // Options stand in front.
+        const bool isOption = change.find('=') == std::string::npos;
+        whole.insert(isOption ? whole.begin() + options : whole.end(),
+                     isOption ? "--unset=" + change : change);
+    }
+    whole.push_back(findProgram(command_.at(0)));
     whole.insert(whole.end(), command_.begin() + 1, command_.end());
-    state_->pid = spawn(std::move(whole), output_, mergedEnvironment(environment));
+    state_->pid = spawn(std::move(whole), output_);
     // By number: this call of glibc 2.36 can't be linked from C++.
     state_->descriptor = static_cast<int>(::syscall(SYS_pidfd_open, state_->pid, 0));
 }
@@ -137,10 +118,6 @@ ChildProcess::~ChildProcess() {
         ::waitpid(state_->pid, nullptr, 0);
     }
     ::close(state_->descriptor);
-}
-
-int ChildProcess::pid() const {
-    return state_->pid;
 }
 
 void ChildProcess::signal(int number) const {

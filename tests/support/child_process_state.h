@@ -21,7 +21,6 @@ struct ChildProcess::State {
     State& operator=(const State&) = delete;
     virtual ~State() = default;
 
-    virtual int pid() const = 0;
     virtual void signal(int number) = 0;
     virtual std::optional<int> waitFor(std::chrono::milliseconds time) = 0;
 };
@@ -31,7 +30,6 @@ std::unique_ptr<ChildProcess::State> startWindowsProgram(
     const std::vector<std::string>& command, const std::filesystem::path& output,
     const std::vector<std::string>& environment);
 std::unique_ptr<ChildProcess::State> startLinuxProgram(const std::vector<std::string>& command,
-                                                       const std::filesystem::path& output,
-                                                       const std::vector<std::string>& environment);
+                                                       const std::filesystem::path& output);
 
 }  // namespace TestSupport

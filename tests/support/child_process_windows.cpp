@@ -139,8 +139,6 @@ public:
     WindowsProgram(const WindowsProgram&) = delete;
     WindowsProgram& operator=(const WindowsProgram&) = delete;
 
-    int pid() const override { return static_cast<int>(process_.dwProcessId); }
-
     /// An interrupt is what Ctrl-Break does; all other signals end it at once.
     void signal(int number) override {
         if (number == interrupt) {
@@ -176,15 +174,11 @@ std::unique_ptr<ChildProcess::State> startWindowsProgram(
 ChildProcess::ChildProcess(std::vector<std::string> command, std::filesystem::path output,
                            const std::vector<std::string>& environment)
     : command_(std::move(command)), output_(std::move(output)) {
-    const bool ofWindows = command_.at(0).ends_with(".exe");
-    state_ = (ofWindows ? startWindowsProgram : startLinuxProgram)(command_, output_, environment);
+    state_ = command_.at(0).ends_with(".exe") ? startWindowsProgram(command_, output_, environment)
+                                              : startLinuxProgram(command_, output_);
 }
 
 ChildProcess::~ChildProcess() = default;
-
-int ChildProcess::pid() const {
-    return state_->pid();
-}
 
 void ChildProcess::signal(int number) const {
     state_->signal(number);

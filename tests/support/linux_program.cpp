@@ -15,25 +15,18 @@ namespace {
 
 class LinuxProgram final : public ChildProcess::State {
 public:
-    LinuxProgram(const std::vector<std::string>& command, const std::filesystem::path& output,
-                 const std::vector<std::string>& environment)
+    LinuxProgram(const std::vector<std::string>& command, const std::filesystem::path& output)
         : connection_(Socket::connectToLoopback(helperPort())) {
         for (const std::string& word : command) {
             say("word " + word);
         }
-        for (const std::string& line : environment) {
-            say("environment " + line);
-        }
         say("output " + peerPath(output));
         say("start");
         const std::string answer = hear(patience).value_or("failed: no answer");
-        if (!answer.starts_with("started ")) {
+        if (answer != "started") {
             throw std::runtime_error(answer);
         }
-        pid_ = std::stoi(answer.substr(answer.find(' ')));
     }
-
-    int pid() const override { return pid_; }
 
     void signal(int number) override { say("signal " + std::to_string(number)); }
 
@@ -81,16 +74,14 @@ private:
 
     Socket connection_;
     std::string received_;
-    int pid_ = -1;
     std::optional<int> exitCode_;
 };
 
 }  // namespace
 
-std::unique_ptr<ChildProcess::State> startLinuxProgram(
-    const std::vector<std::string>& command, const std::filesystem::path& output,
-    const std::vector<std::string>& environment) {
-    return std::make_unique<LinuxProgram>(command, output, environment);
+std::unique_ptr<ChildProcess::State> startLinuxProgram(const std::vector<std::string>& command,
+                                                       const std::filesystem::path& output) {
+    return std::make_unique<LinuxProgram>(command, output);
 }
 
 }  // namespace TestSupport

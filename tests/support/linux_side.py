@@ -7,13 +7,11 @@ lines, UTF-8 and without a line end inside:
 
     word TEXT          the command, word by word; the first is looked up in the usual folders
     output FILE        where both outputs go
-    environment LINE   NAME=value, or NAME to take it away
-    start              answered by "started PID" or "failed REASON"
+    start              answered by "started" or "failed REASON"
     signal NUMBER      at any time afterwards
 
 and receives "ended CODE" when the program is gone: its exit code, or 128 and the signal's number.
 """
-import os
 import shutil
 import socket
 import subprocess
@@ -28,7 +26,7 @@ class Program:
 
     def __init__(self, connection):
         self.connection = connection
-        self.words, self.changes = [], []
+        self.words = []
         self.output = "/dev/null"
         self.process = None
 
@@ -38,15 +36,6 @@ class Program:
         except OSError:
             pass
 
-    def environment(self):
-        merged = dict(os.environ)
-        for line in self.changes:
-            name, equals, value = line.partition("=")
-            merged.pop(name, None)
-            if equals:
-                merged[name] = value
-        return merged
-
     def start(self):
         program = shutil.which(self.words[0], path=FOLDERS) if self.words else None
         if not program:
@@ -55,8 +44,8 @@ class Program:
             # Tied to this thread's life, also where all of this is killed.
             self.process = subprocess.Popen(
                 ["setpriv", "--pdeathsig", "KILL", "--", program, *self.words[1:]],
-                stdin=subprocess.DEVNULL, stdout=output, stderr=output, env=self.environment())
-        self.tell(f"started {self.process.pid}")
+                stdin=subprocess.DEVNULL, stdout=output, stderr=output)
+        self.tell("started")
         threading.Thread(target=self.watch, daemon=True).start()
 
     def watch(self):
@@ -69,8 +58,6 @@ class Program:
             self.words.append(text)
         elif verb == "output":
             self.output = text
-        elif verb == "environment":
-            self.changes.append(text)
         elif verb == "start":
             self.start()
         elif verb == "signal" and self.process:

@@ -33,7 +33,6 @@ public:
     int port() const { return port_; }
     /// "127.0.0.1:" and the port.
     std::string address() const;
-    int pid() const { return process_->pid(); }
 
     /// Ends it in order. From then on its log is complete.
     void stop();

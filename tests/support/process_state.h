@@ -27,11 +27,8 @@ struct ProcessState {
 
 std::ostream& operator<<(std::ostream& stream, const ProcessState& state);
 
-/// Memory in use, in bytes: the resident set now, and the most that it has ever been.
-long long residentBytes();
-long long peakResidentBytes();
-
-/// What the program has allocated; 0 where nobody tells: under a sanitizer, and on Windows.
+/// What the program has allocated, in bytes; 0 where nobody tells: under a sanitizer, and on
+/// Windows.
 long long allocatedBytes();
 
 }  // namespace TestSupport

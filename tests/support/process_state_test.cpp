@@ -24,6 +24,4 @@ TEST(ProcessState, SeesDescriptorsAndThreads) {
         thread.join();
     }
     EXPECT_EQ(ProcessState::settledTo(before), before);
-    EXPECT_GT(residentBytes(), 0);
-    EXPECT_GE(peakResidentBytes(), residentBytes());
 }

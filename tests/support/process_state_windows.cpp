@@ -2,16 +2,12 @@
 
 #include <windows.h>
 // After windows.h, which they need.
-#include <psapi.h>
 #include <tlhelp32.h>
 
 #include <array>
-#include <chrono>
 #include <cstdint>
-#include <ostream>
 #include <string>
 
-#include "support/patience.h"
 #include "support/process_state.h"
 
 namespace TestSupport {
@@ -70,39 +66,10 @@ int countThreads() {
     return count;
 }
 
-PROCESS_MEMORY_COUNTERS memoryCounters() {
-    PROCESS_MEMORY_COUNTERS counters{};
-    ::GetProcessMemoryInfo(::GetCurrentProcess(), &counters, sizeof(counters));
-    return counters;
-}
-
 }  // namespace
 
 ProcessState ProcessState::now() {
     return {countHandles(), countThreads()};
-}
-
-ProcessState ProcessState::settledTo(const ProcessState& wanted) {
-    const auto end = std::chrono::steady_clock::now() + patience;
-    ProcessState state = now();
-    while (state != wanted && std::chrono::steady_clock::now() < end) {
-        // No event tells that a thread has left the list.
-        ::SwitchToThread();
-        state = now();
-    }
-    return state;
-}
-
-std::ostream& operator<<(std::ostream& stream, const ProcessState& state) {
-    return stream << state.descriptors << " handles, " << state.threads << " threads";
-}
-
-long long residentBytes() {
-    return static_cast<long long>(memoryCounters().WorkingSetSize);
-}
-
-long long peakResidentBytes() {
-    return static_cast<long long>(memoryCounters().PeakWorkingSetSize);
 }
 
 long long allocatedBytes() {

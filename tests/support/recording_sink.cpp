@@ -8,8 +8,6 @@
 #include <ostream>
 #include <utility>
 
-#include "support/patience.h"
-
 namespace TestSupport {
 
 namespace {
@@ -69,14 +67,6 @@ void RecordingSink::abortAfterPolls(std::int32_t polls, std::int32_t code) {
     const std::lock_guard lock(mutex_);
     pollsLeft_ = polls;
     abortCode_ = code;
-}
-
-bool RecordingSink::waitForLine(std::string_view start) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, patience, [&] {
-        return std::any_of(lines_.begin(), lines_.end(),
-                           [&](const std::string& line) { return startsWith(line, start); });
-    });
 }
 
 Lines RecordingSink::lines() const {
@@ -209,7 +199,6 @@ void RecordingSink::record(const std::string& line, Threads threads) {
         const std::lock_guard lock(mutex_);
         judge(line, threads);
         lines_.push_back(line);
-        changed_.notify_all();
     }
     if (observer_) {
         observer_(line);

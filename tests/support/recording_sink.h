@@ -12,7 +12,6 @@
 // "reportWarning DownloaderImpl::x -1 text", "reportError " and the chain's text.
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdarg>
 #include <cstdint>
 #include <functional>
@@ -67,9 +66,6 @@ public:
         observer_ = std::move(observer);
     }
 
-    /// For the test's thread: false if no line that starts with `start` ever comes.
-    bool waitForLine(std::string_view start);
-
     /// All lines; without those of `getAbortCode`, which only `polls` counts.
     Lines lines() const;
     /// The same without what depends on how the bytes came in: `setProgress` and `setProgressText`
@@ -109,7 +105,6 @@ private:
     void judge(const std::string& line, Threads threads);
 
     mutable std::mutex mutex_;
-    std::condition_variable changed_;
     Lines lines_;
     Lines violations_;
     std::vector<ErrorLine> errorNodes_;

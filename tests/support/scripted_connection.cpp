@@ -4,7 +4,6 @@
 #include <array>
 #include <cctype>
 
-#include "support/patience.h"
 #include "support/scripted_server.h"
 
 namespace TestSupport {
@@ -26,14 +25,12 @@ std::string_view takeUntil(std::string_view& text, std::string_view end) {
     return piece;
 }
 
-void parseRequestLine(Request& request) {
-    std::string_view rest = request.head;
-    std::string_view line = takeUntil(rest, "\r\n");
-    request.method = takeUntil(line, " ");
-    // A target may hold blanks, as a client sends it that doesn't encode them.
-    const std::size_t lastBlank = std::min(line.rfind(' '), line.size());
-    request.target = line.substr(0, lastBlank);
-    request.version = lastBlank < line.size() ? line.substr(lastBlank + 1) : std::string_view();
+/// What stands between the method and the version. It may hold blanks, as a client sends it that
+/// doesn't encode them.
+std::string targetOf(std::string_view head) {
+    std::string_view line = takeUntil(head, "\r\n");
+    takeUntil(line, " ");
+    return std::string(line.substr(0, line.rfind(' ')));
 }
 
 }  // namespace
@@ -51,28 +48,18 @@ std::optional<std::string> Request::header(std::string_view name) const {
     return std::nullopt;
 }
 
-bool Gate::arrive() {
+void Gate::arrive() {
     std::unique_lock lock(mutex_);
-    ++arrived_;
-    if (arrived_ >= count_ && state_ == State::Closed) {
-        state_ = State::Full;
+    if (--missing_ <= 0) {
+        opened_.notify_all();
     }
-    changed_.notify_all();
-    changed_.wait(lock, [this] { return state_ != State::Closed; });
-    return state_ == State::Full;
-}
-
-bool Gate::waitForArrivals(int count) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, patience, [&] { return arrived_ >= count; });
+    opened_.wait(lock, [this] { return missing_ <= 0; });
 }
 
 void Gate::open() {
     const std::lock_guard lock(mutex_);
-    if (state_ == State::Closed) {
-        state_ = State::Forced;
-    }
-    changed_.notify_all();
+    missing_ = 0;
+    opened_.notify_all();
 }
 
 Connection::Connection(ScriptedServer& server, Socket socket, int number)
@@ -188,7 +175,7 @@ bool Connection::readRequest(Request& request) {
     request = Request();
     request.head = received_.substr(0, end + headEnd.size());
     received_.erase(0, request.head.size());
-    parseRequestLine(request);
+    request.target = targetOf(request.head);
     request.connection = number_;
     request.indexOnConnection = requests_++;
     return true;

@@ -11,9 +11,7 @@ namespace TestSupport {
 namespace {
 
 bool endsWithRequest(const Request& request) {
-    const std::string connection = request.header("Connection").value_or("");
-    return connection == "close" || (request.version == "HTTP/1.0" && connection != "keep-alive" &&
-                                     connection != "Keep-Alive");
+    return request.header("Connection") == "close";
 }
 
 }  // namespace
@@ -106,11 +104,6 @@ int ScriptedServer::requestCount(std::string_view target) const {
 int ScriptedServer::connections() const {
     const std::lock_guard lock(mutex_);
     return connections_;
-}
-
-int ScriptedServer::openConnections() const {
-    const std::lock_guard lock(mutex_);
-    return openConnections_;
 }
 
 int ScriptedServer::mostRequestsAtOnce() const {

@@ -48,9 +48,7 @@ class ScriptedServer;
 struct Request {
     /// All its bytes, with the empty line at the end.
     std::string head;
-    std::string method;
     std::string target;
-    std::string version;
     /// Which connection brought it, from 1 in the order of acceptance, and as its how-manieth, from
     /// 0.
     int connection = 0;
@@ -63,25 +61,17 @@ struct Request {
 /// A place where handlers wait for each other. Made by `ScriptedServer::makeGate`.
 class Gate {
 public:
-    explicit Gate(int count) : count_(count) {}
+    explicit Gate(int count) : missing_(count) {}
 
-    /// Waits until `count` handlers are here, from when on the gate is open to all. False if it was
-    /// opened by `open` or by the server's end.
-    bool arrive();
-
-    /// For the test: waits until `count` handlers stand here. False if that never comes.
-    bool waitForArrivals(int count);
-
+    /// Waits until as many handlers are here as the gate was made for; from then on, and from the
+    /// server's end on, it is open to all.
+    void arrive();
     void open();
 
 private:
-    enum class State { Closed, Full, Forced };
-
-    const int count_;
-    int arrived_ = 0;
-    State state_ = State::Closed;
+    int missing_;
     std::mutex mutex_;
-    std::condition_variable changed_;
+    std::condition_variable opened_;
 };
 
 /// The server's end of one connection; belongs to the thread that runs its handler.
@@ -91,7 +81,6 @@ class Connection {
 public:
     Connection(ScriptedServer& server, Socket socket, int number);
 
-    int number() const { return number_; }
     bool isOpen() const { return socket_.isOpen(); }
 
     bool send(std::string_view bytes);
@@ -164,7 +153,6 @@ public:
     /// How often this target was asked for.
     int requestCount(std::string_view target) const;
     int connections() const;
-    int openConnections() const;
     /// The most requests that were in the hands of handlers at one time.
     int mostRequestsAtOnce() const;
 

@@ -1,7 +1,7 @@
 #pragma once
 
 // The few socket calls under the scripted server: TCP on loopback, never blocking for good.
-// The scripted server uses it; the platform's file stands beside it.
+// The scripted server uses it; what differs between systems stands in socket_calls.h.
 
 #include <atomic>
 #include <chrono>
@@ -58,13 +58,15 @@ public:
     WakeSignal();
     WakeSignal(const WakeSignal&) = delete;
     WakeSignal& operator=(const WakeSignal&) = delete;
-    ~WakeSignal();
+    ~WakeSignal() { raise(); }
 
     void raise();
-    std::intptr_t handle() const { return reader_; }
+    std::intptr_t handle() const { return reader_.handle(); }
 
 private:
-    std::intptr_t reader_ = Socket::none;
+    /// The two ends of a connection of our own: pipes can't be waited for beside sockets
+    /// everywhere.
+    Socket reader_;
     std::atomic<std::intptr_t> writer_{Socket::none};
 };
 
