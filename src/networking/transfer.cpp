@@ -61,18 +61,18 @@ CURLcode Transfer::makeHandle() {
 }
 
 CURLcode Transfer::prepare(const std::string& target, ReqTokenGeneralType* token) {
-    if (easy_ == nullptr || handleIsSpent_) {
-        if (const CURLcode result = makeHandle(); result != CURLE_OK) {
-            return result;
-        }
+    // A new handle for each request. A used one keeps what it shouldn't: the error number of its
+    // last failure, the count of second attempts (the sixth of a handle's life is refused), and in
+    // libcurl 7.88 a pointer into freed headers, which a folded first line is appended to.
+    if (const CURLcode result = makeHandle(); result != CURLE_OK) {
+        return result;
     }
     token_ = token;
     received_ = headerBytes_ = 0;
     headerLines_ = attempts_ = 0;
     failure_ = CURLE_OK;
-    statusSeen_ = cancelled_ = handleIsSpent_ = false;
-    staleOsError_ = info(CURLINFO_OS_ERRNO);
-    curl_easy_setopt(easy(), CURLOPT_FRESH_CONNECT, 0L);
+    statusSeen_ = cancelled_ = false;
+    staleOsError_ = 0;
     return curl_easy_setopt(easy(), CURLOPT_REQUEST_TARGET, target.c_str());
 }
 
@@ -99,7 +99,6 @@ void Transfer::finish(CURLcode result) noexcept {
         // The connection has closed inside the headers, which libcurl takes for an empty response.
         result = CURLE_WEIRD_SERVER_REPLY;
     }
-    handleIsSpent_ = cancelled_ || result != CURLE_OK || attempts_ > 1;
     if (!cancelled_ && result != CURLE_OK) {
         tellError(result);
     }

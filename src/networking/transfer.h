@@ -66,6 +66,7 @@ private:
     long info(CURLINFO what) const;
 
     PoolSettings& settings_;
+    /// Made for each request; kept until the next one.
     std::unique_ptr<CURL, EasyCleanup> easy_;
     ReqTokenGeneralType* token_ = nullptr;
     StallClock stall_;
@@ -81,9 +82,6 @@ private:
     CURLcode failure_ = CURLE_OK;
     bool statusSeen_ = false;
     bool cancelled_ = false;
-    /// The next request gets a new handle. libcurl keeps the error number of a handle's last failure,
-    /// and counts its second attempts over all its requests: the sixth would not be made.
-    bool handleIsSpent_ = false;
 };
 
 }  // namespace Norvel::Networking
