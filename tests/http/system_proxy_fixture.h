@@ -8,14 +8,11 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "foundation/text_tools.h"
 #include "support/registry_values.h"
 
 namespace TestSupport {
-
-using Texts = std::vector<std::string>;
 
 inline constexpr std::uint32_t textType = 1;
 inline constexpr std::uint32_t expandedType = 2;
@@ -26,8 +23,8 @@ class SystemProxy : public testing::Test {
 protected:
     SystemProxy() {
         setNumber("ProxyEnable", 1);
-        removeRegistryValue("ProxyServer");
-        removeRegistryValue("ProxyOverride");
+        setText("ProxyServer", "");
+        setText("ProxyOverride", "");
     }
     ~SystemProxy() override { resetRegistry(); }
 
@@ -42,26 +39,25 @@ protected:
                          static_cast<std::uint32_t>(converter.wideSize) * sizeof(*wide));
     }
 
-    /// The three addresses, with blanks between them.
-    std::string addresses() const {
-        return std::string(settings_.httpProxy.cstr()) + " " + settings_.httpsProxy.cstr() + " " +
-               settings_.ftpProxy.cstr();
-    }
-
-    Texts bypassed() const {
-        Texts entries;
+    /// What the settings hold, as "enabled,http,https,ftp|override|pattern|pattern".
+    std::string held() const {
+        std::string text = std::to_string(settings_.enabled) + "," + settings_.httpProxy.cstr() +
+                           "," + settings_.httpsProxy.cstr() + "," + settings_.ftpProxy.cstr() +
+                           "|" + settings_.overrideText.cstr();
         for (std::int32_t i = 0; i < settings_.bypassList.count; ++i) {
-            entries.emplace_back(settings_.bypassList.data[i].cstr());
+            text += std::string("|") + settings_.bypassList.data[i].cstr();
         }
-        return entries;
+        return text;
     }
 
-    bool isBlank() const {
-        return settings_.enabled == 0 && addresses() == "  " && settings_.overrideText.isEmpty() &&
-               bypassed().empty();
+    std::string reload() {
+        EXPECT_FALSE(getSystemProxySettings(settings_, true));
+        return held();
     }
 
     SystemProxySettings settings_;
 };
+
+inline constexpr const char* nothing = "0,,,|";
 
 }  // namespace TestSupport

@@ -1,96 +1,71 @@
 // The user's proxy settings in all their forms, on any system.
 
-#include "system_proxy_fixture.h"
-
 #include <thread>
+#include <vector>
 
 #include "support/environment_value.h"
+#include "system_proxy_fixture.h"
 
-using TestSupport::SystemProxy;
-using TestSupport::Texts;
+using namespace TestSupport;
 
-namespace {
-
-TEST_F(SystemProxy, ServersHaveTwoForms) {
+TEST_F(SystemProxy, ServersHaveTwoFormsAndTheOverrideIsCutIntoPatterns) {
     const struct {
         const char* servers;
-        const char* addresses;
+        const char* exceptions;
+        const char* held;
     } cases[] = {
-        {"p:1", "http://p:1 http://p:1 http://p:1"},
-        {"http://p:1", "http://http://p:1 http://http://p:1 http://http://p:1"},
-        {"http=p:1", "http://http=p:1 http://http=p:1 http://http=p:1"},
-        {"http=p:1;", "http://p:1  "},
-        {"p:1;", "  "},
-        {"p:1;q:2", "  "},
-        {"HTTP=a;Https=b;fTp=c", "http://a http://b http://c"},
-        {"https=b;socks=s;;", " http://b "},
-        {" http=a;ftp =b; https=c", "  "},
-        {"http=a;http=b", "http://b  "},
-        {"http=a;http=;http", "http://a  "},
-        {"=a;http=b=c", "http://b=c  "},
-        {"", "  "},
+        {"p:1", "", "1,http://p:1,http://p:1,http://p:1|"},
+        {"http=p:1", "", "1,http://http=p:1,http://http=p:1,http://http=p:1|"},
+        {"http=p:1;", "", "1,http://p:1,,|"},
+        {"p:1;", "", "1,,,|"},
+        {"p:1;q:2", "", "1,,,|"},
+        {"HTTP=a;Https=b;fTp=c", "", "1,http://a,http://b,http://c|"},
+        {"https=b;socks=s;;", "", "1,,http://b,|"},
+        {" http=a;ftp =b; https=c", "", "1,,,|"},
+        {"http=a;http=b", "", "1,http://b,,|"},
+        {"http=a;http=;http", "", "1,http://a,,|"},
+        {"=a;http=b=c", "", "1,http://b=c,,|"},
+        {"", "*.Example;10.*", "1,,,|*.Example;10.*|*.Example|10.*"},
+        {"", ";a;; b;", "1,,,|;a;; b;|a| b"},
+        {"", "<local>", "1,,,|<local>|<local>"},
+        {"", ";;", "1,,,|;;"},
     };
-    for (const auto& c : cases) {
-        setText("ProxyServer", c.servers);
-        EXPECT_FALSE(getSystemProxySettings(settings_, true));
-        EXPECT_EQ(settings_.enabled, 1);
-        EXPECT_EQ(addresses(), c.addresses) << c.servers;
-    }
-}
-
-TEST_F(SystemProxy, OverrideIsCutIntoPatterns) {
-    const struct {
-        const char* text;
-        Texts entries;
-    } cases[] = {
-        {"*.Example;10.*", {"*.Example", "10.*"}},
-        {";a;; b;", {"a", " b"}},
-        {"<local>", {"<local>"}},
-        {";;", {}},
-        {"", {}},
-    };
-    for (const auto& c : cases) {
-        setText("ProxyOverride", c.text);
-        EXPECT_FALSE(getSystemProxySettings(settings_, true));
-        EXPECT_STREQ(settings_.overrideText.cstr(), c.text);
-        EXPECT_EQ(bypassed(), c.entries) << c.text;
+    for (const auto& test : cases) {
+        setText("ProxyServer", test.servers);
+        setText("ProxyOverride", test.exceptions);
+        EXPECT_EQ(reload(), test.held);
     }
 }
 
 TEST_F(SystemProxy, ValuesOfTypeTwoAreExpandedBeforeTheyAreCut) {
-    const TestSupport::EnvironmentValue servers("KIV_TEST_SERVERS", "http=a;ftp=b");
-    setText("ProxyServer", "%KIV_TEST_SERVERS%", TestSupport::expandedType);
-    EXPECT_FALSE(getSystemProxySettings(settings_, true));
-    EXPECT_EQ(addresses(), "http://a  http://b");
+    const EnvironmentValue servers("KIV_TEST_SERVERS", "http=a;ftp=b");
+    setText("ProxyServer", "%KIV_TEST_SERVERS%", expandedType);
+    EXPECT_EQ(reload(), "1,http://a,,http://b|");
 }
 
-TEST_F(SystemProxy, ValuesThatAreNoTextLeaveTheRestStanding) {
-    setNumber("ProxyServer", 5);
+TEST_F(SystemProxy, ValuesThatAreNoTextOrMissingLeaveTheRestStanding) {
     setText("ProxyOverride", "a");
-    EXPECT_FALSE(getSystemProxySettings(settings_, true));
-    EXPECT_EQ(settings_.enabled, 1);
-    EXPECT_EQ(addresses(), "  ");
-    EXPECT_EQ(bypassed(), Texts{"a"});
+    setNumber("ProxyServer", 5);
+    EXPECT_EQ(reload(), "1,,,|a|a");
+    setText("ProxyServer", "p:1;http=q");
+    removeRegistryValue("ProxyOverride");
+    EXPECT_EQ(reload(), "1,http://q,,|");
 }
 
 TEST_F(SystemProxy, SwitchedOffReadsNothingFurther) {
-    setText("ProxyServer", "p:1");
+    setText("ProxyServer", "http=p;");
     setText("ProxyOverride", "a");
-    EXPECT_FALSE(getSystemProxySettings(settings_, true));
-    EXPECT_FALSE(isBlank());
+    EXPECT_EQ(reload(), "1,http://p,,|a|a");
     setNumber("ProxyEnable", 0);
-    EXPECT_FALSE(getSystemProxySettings(settings_, true));
-    EXPECT_TRUE(isBlank());
+    EXPECT_EQ(reload(), nothing);
     setText("ProxyEnable", "1");
-    EXPECT_FALSE(getSystemProxySettings(settings_, true));
-    EXPECT_TRUE(isBlank());
+    EXPECT_EQ(reload(), nothing);
 }
 
 TEST_F(SystemProxy, ThreadsSeeWholeRecordsFromTheFirstUseOn) {
     setText("ProxyServer", "p:1");
     setText("ProxyOverride", "a;b");
     std::vector<std::thread> threads;
-    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([] {
             for (int round = 0; round < 50; ++round) {
@@ -105,5 +80,3 @@ TEST_F(SystemProxy, ThreadsSeeWholeRecordsFromTheFirstUseOn) {
         thread.join();
     }
 }
-
-}  // namespace

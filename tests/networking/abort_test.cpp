@@ -1,139 +1,56 @@
-// Requests that bring nothing: an abort is seen all the same, and none lasts for ever.
+// Servers that fall silent: an abort is seen all the same, and no request lasts for ever.
 
 #include <curl/curl.h>
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "networking/context.h"
 #include "networking/fetcher.h"
 #include "networking/stall_clock.h"
-#include "support/scripted_server.h"
 #include "support/server_scripts.h"
 
 using namespace std::chrono_literals;
-using TestSupport::Break;
-using TestSupport::breakAt;
-using TestSupport::Connection;
-using TestSupport::FetchedResponse;
-using TestSupport::Fetcher;
-using TestSupport::ok;
-using TestSupport::ScriptedServer;
-using TestSupport::ShortLimits;
+using namespace TestSupport;
+using Norvel::Networking::Limits;
 
 namespace {
 
-/// A server that falls silent: at which point of the exchange, in bytes of the response.
 struct Silence {
     const char* name;
-    std::size_t at;
+    /// Bytes of the response before it; without them it comes in the TLS handshake.
+    std::optional<std::size_t> at;
     int status;
     std::int64_t received;
+    /// What ends it.
+    std::chrono::milliseconds Limits::*limit;
 };
 
 const std::string wholeResponse = ok("0123456789").bytes();
 const std::vector<Silence> silences = {
-    {"before the first byte", 0, 0, 0},
-    {"in the headers", 20, 0, 0},
-    {"in the body", wholeResponse.size() - 7, 200, 3},
+    {"in the handshake", std::nullopt, 0, 0, &Limits::connectTime},
+    {"before the first byte", 0, 0, 0, &Limits::stallTime},
+    {"in the headers", 20, 0, 0, &Limits::stallTime},
+    {"in the body", wholeResponse.size() - 7, 200, 3, &Limits::stallTime},
 };
 
-}  // namespace
-
-TEST(HttpAbort, IsSeenWhileAResponseStalls) {
-    ShortLimits limits;
-    limits->progressInterval = 5ms;
-    for (const Silence& silence : silences) {
-        ScriptedServer server;
-        server.on("/file", breakAt(wholeResponse, silence.at, Break::Stall));
-        Fetcher fetcher;
-        fetcher.useServer(server.port());
-        FetchedResponse response;
-        response.wantsStop = [&] {
-            return response.ticks >= 3 && response.received == silence.received;
-        };
-
-        fetcher.fetch("/file", response);
-
-        EXPECT_EQ(response.status, silence.status) << silence.name;
-        EXPECT_EQ(response.received, silence.received) << silence.name;
-        EXPECT_TRUE(response.cancelled) << silence.name;
-        EXPECT_EQ(response.callsAfterCancel, 0) << silence.name;
-        EXPECT_EQ(response.reason(), 0) << "no error behind a cancel: " << silence.name;
-        EXPECT_TRUE(server.waitForOpenConnections(0)) << silence.name;
+void fetchInto(FetchedResponse& response, const Silence& silence) {
+    Exchange exchange;
+    if (silence.at) {
+        exchange.server.on("/file", breakAt(wholeResponse, *silence.at, Break::Stall));
+    } else {
+        exchange.server.onConnection([](Connection& client) { client.stall(); });
+        const Norvel::Networking::ClientSSLConfiguration systemCertificates;
+        EXPECT_TRUE(
+            exchange.fetcher.pool.setSSLContext(exchange.fetcher.error, &systemCertificates));
     }
+    exchange.fetcher.fetch("/file", response);
+    EXPECT_EQ(response.status, silence.status);
+    EXPECT_EQ(response.received, silence.received);
+    EXPECT_TRUE(exchange.server.waitForOpenConnections(0));
 }
-
-TEST(HttpAbort, IsSeenWhileAHandshakeStalls) {
-    ShortLimits limits;
-    limits->progressInterval = 5ms;
-    ScriptedServer server;
-    server.onConnection([](Connection& client) { client.stall(); });
-    Fetcher fetcher;
-    fetcher.useServer(server.port());
-    const Norvel::Networking::ClientSSLConfiguration systemCertificates;
-    EXPECT_TRUE(fetcher.pool.setSSLContext(fetcher.error, &systemCertificates));
-    FetchedResponse response;
-    response.wantsStop = [&response] { return response.ticks == 3; };
-    fetcher.fetch("/file", response);
-    EXPECT_EQ(response.ticks, 3);
-    EXPECT_EQ(response.reason(), 0);
-}
-
-TEST(HttpAbort, EndsEachRequestThatIsRunning) {
-    ScriptedServer server;
-    server.on("/endless", TestSupport::sendEndlessBody());
-    Fetcher fetcher;
-    fetcher.useServer(server.port());
-    std::vector<FetchedResponse> responses(Fetcher::clientCount);
-    for (FetchedResponse& response : responses) {
-        response.wantsStop = [&response] { return response.pieces == 10; };
-        EXPECT_EQ(fetcher.start("/endless", response), "");
-    }
-    fetcher.waitForAll();
-    for (const FetchedResponse& response : responses) {
-        EXPECT_EQ(response.pieces, 10);
-        EXPECT_EQ(response.callsAfterCancel, 0);
-        EXPECT_EQ(response.reason(), 0);
-    }
-    server.on("/file", ok("afterwards"));
-    EXPECT_EQ(fetcher.fetch("/file").body, "afterwards");
-}
-
-TEST(HttpTimeLimit, SilentServerEndsTheRequestAsAnError) {
-    ShortLimits limits;
-    limits->stallTime = 200ms;
-    for (const Silence& silence : silences) {
-        ScriptedServer server;
-        server.on("/file", breakAt(wholeResponse, silence.at, Break::Stall));
-        Fetcher fetcher;
-        fetcher.useServer(server.port());
-        const FetchedResponse response = fetcher.fetch("/file");
-        EXPECT_EQ(response.reason(), CURLE_OPERATION_TIMEDOUT) << silence.name;
-    }
-}
-
-TEST(HttpTimeLimit, HandshakeThatNeverEndsIsAnError) {
-    ShortLimits limits;
-    limits->connectTime = 50ms;
-    ScriptedServer server;
-    server.onConnection([](Connection& client) { client.stall(); });
-    Fetcher fetcher;
-    fetcher.useServer(server.port());
-    const Norvel::Networking::ClientSSLConfiguration systemCertificates;
-    EXPECT_TRUE(fetcher.pool.setSSLContext(fetcher.error, &systemCertificates));
-    EXPECT_EQ(fetcher.fetch("/file").reason(), CURLE_OPERATION_TIMEDOUT);
-}
-
-TEST(HttpTimeLimit, LimitsAreThoseThatAreDocumented) {
-    const Norvel::Networking::Limits limits;
-    EXPECT_EQ(limits.connectTime, 30s);
-    EXPECT_EQ(limits.stallTime, 60s);
-    EXPECT_EQ(limits.progressInterval, 1s);
-}
-
-namespace {
 
 /// When a transfer ends that brings `bytes` each `interval` seconds, `times` times.
 std::chrono::seconds lifeOf(std::int64_t bytes, int interval, int times) {
@@ -151,6 +68,40 @@ std::chrono::seconds lifeOf(std::int64_t bytes, int interval, int times) {
 }
 
 }  // namespace
+
+TEST(HttpSilence, IsNoObstacleToAnAbort) {
+    ShortLimits limits;
+    limits->progressInterval = 5ms;
+    for (const Silence& silence : silences) {
+        SCOPED_TRACE(silence.name);
+        FetchedResponse response;
+        response.wantsStop = [&] {
+            return response.ticks >= 3 && response.received == silence.received;
+        };
+        fetchInto(response, silence);
+        EXPECT_TRUE(response.cancelled);
+        EXPECT_EQ(response.callsAfterCancel, 0);
+        EXPECT_EQ(response.reason(), 0) << "no error behind a cancel";
+    }
+}
+
+TEST(HttpSilence, EndsTheRequestAsAnErrorInTheEnd) {
+    for (const Silence& silence : silences) {
+        SCOPED_TRACE(silence.name);
+        const ShortLimits limits;
+        Norvel::Networking::currentLimits().*silence.limit = 200ms;
+        FetchedResponse response;
+        fetchInto(response, silence);
+        EXPECT_EQ(response.reason(), CURLE_OPERATION_TIMEDOUT);
+    }
+}
+
+TEST(HttpSilence, LimitsAreThoseThatAreDocumented) {
+    const Limits limits;
+    EXPECT_EQ(limits.connectTime, 30s);
+    EXPECT_EQ(limits.stallTime, 60s);
+    EXPECT_EQ(limits.progressInterval, 1s);
+}
 
 TEST(StallClock, OneByteASecondKeepsATransferAliveAndLessDoesNot) {
     EXPECT_EQ(lifeOf(0, 1, 0), 60s) << "nothing at all";

@@ -1,5 +1,4 @@
-// Responses that break, lie or never end: each is one error with libcurl's result code, and the
-// pool goes on.
+// Requests that fail: each is one error with libcurl's result code, and the pool goes on.
 
 #include <curl/curl.h>
 #include <gtest/gtest.h>
@@ -10,151 +9,122 @@
 #include <utility>
 #include <vector>
 
-#include "foundation/pmem_stream.h"
 #include "networking/fetcher.h"
-#include "support/scripted_server.h"
+#include "support/peers.h"
 #include "support/server_scripts.h"
 #include "support/system_facts.h"
 
-using TestSupport::Break;
-using TestSupport::breakAt;
-using TestSupport::Connection;
-using TestSupport::FetchedResponse;
-using TestSupport::Fetcher;
-using TestSupport::Handler;
-using TestSupport::ok;
-using TestSupport::Request;
-using TestSupport::ScriptedServer;
+using namespace TestSupport;
+using Brelt::ErrorChain;
 
 namespace {
-
-constexpr std::uint32_t statusKnown = 0x1000;
 
 struct BrokenResponse {
     const char* name;
     Handler script;
-    CURLcode reason;
-    std::uint32_t flags;
+    int reason;
+    bool statusKnown;
 };
 
+// What else a server can break, whole runs meet.
 std::vector<BrokenResponse> brokenResponses() {
     const std::string whole = ok("0123456789").bytes();
     const std::size_t bodyAt = whole.size() - 10;
-    const bool resets = TestSupport::showsResets();
+    const int reset = showsResets() ? CURLE_RECV_ERROR : CURLE_PARTIAL_FILE;
     return {
-        {"closed at once", breakAt(whole, 0, Break::Close), CURLE_GOT_NOTHING, 0},
-        {"reset at once", breakAt(whole, 0, Break::Reset),
-         resets ? CURLE_RECV_ERROR : CURLE_GOT_NOTHING, 0},
-        {"ends in the status line", breakAt(whole, 10, Break::Close), CURLE_GOT_NOTHING, 0},
-        {"ends in a header", breakAt(whole, 25, Break::Close), CURLE_WEIRD_SERVER_REPLY, 0},
-        {"ends behind a length", breakAt(whole, bodyAt - 2, Break::Close), CURLE_PARTIAL_FILE, 0},
-        {"ends before the body", breakAt(whole, bodyAt, Break::Close), CURLE_PARTIAL_FILE,
-         statusKnown},
-        {"ends in the body", breakAt(whole, bodyAt + 3, Break::Close), CURLE_PARTIAL_FILE,
-         statusKnown},
-        {"reset in the body", breakAt(whole, bodyAt + 3, Break::Reset),
-         resets ? CURLE_RECV_ERROR : CURLE_PARTIAL_FILE, statusKnown},
-        {"shorter than told", TestSupport::answerWithLength("abc", 1'000), CURLE_PARTIAL_FILE,
-         statusKnown},
-        {"bad chunk", TestSupport::answerWithBadChunk("abc"), CURLE_RECV_ERROR, statusKnown},
-        {"no last chunk", TestSupport::answerWithoutLastChunk("abc"), CURLE_PARTIAL_FILE,
-         statusKnown},
-        {"no HTTP", TestSupport::answerGarbage(), CURLE_UNSUPPORTED_PROTOCOL, 0},
-        {"endless headers", TestSupport::sendEndlessHeaders(), CURLE_RECV_ERROR, 0},
-        {"endless status line", TestSupport::sendEndlessStatusLine(), CURLE_OUT_OF_MEMORY, 0},
-        {"endless interim responses", TestSupport::sendEndlessInterimResponses(), CURLE_RECV_ERROR,
-         0},
-        {"a coding nobody asked for",
-         TestSupport::answer(ok("abc") + std::pair("Transfer-Encoding", "gzip")),
-         CURLE_BAD_CONTENT_ENCODING, 0},
-        {"only an interim response, and the end",
-         TestSupport::answerBytesAndClose("HTTP/1.1 100 Continue\r\n\r\n"), CURLE_GOT_NOTHING, 0},
+        {"closed at once", breakAt(whole, 0, Break::Close), CURLE_GOT_NOTHING, false},
+        {"ends behind a length", breakAt(whole, bodyAt - 2, Break::Close), CURLE_PARTIAL_FILE,
+         false},
+        {"ends in the body", breakAt(whole, bodyAt + 3, Break::Close), CURLE_PARTIAL_FILE, true},
+        {"reset in the body", breakAt(whole, bodyAt + 3, Break::Reset), reset, true},
+        {"bad chunk", answerWithBadChunk("abc"), CURLE_RECV_ERROR, true},
+        {"only an interim response", answerBytesAndClose("HTTP/1.1 100 Continue\r\n\r\n"),
+         CURLE_GOT_NOTHING, false},
     };
 }
 
+/// Fails in its own way.
+class FailingStream : public Brelt::PMemStream {
+public:
+    using Way = ErrorChain (*)(std::int32_t count, std::int32_t& written);
+
+    explicit FailingStream(Way way) : PMemStream(4096), way_(way) {}
+
+    ErrorChain Write(const void* /*source*/, std::int32_t count, std::int32_t* written) override {
+        *written = 0;
+        return way_(count, *written);
+    }
+
+private:
+    Way way_;
+};
+
+class HttpFailure : public testing::Test, protected Exchange {};
+
 }  // namespace
 
-TEST(HttpFailure, EachBrokenResponseIsOneErrorAndIsNeverTriedAgain) {
+TEST_F(HttpFailure, EachBrokenResponseIsOneErrorAndIsNeverTriedAgain) {
     for (const BrokenResponse& broken : brokenResponses()) {
-        ScriptedServer server;
-        server.on("/broken", broken.script);
-        server.on("/sound", ok("sound"));
-        Fetcher fetcher(1);
-        fetcher.useServer(server.port());
-
-        const FetchedResponse response = fetcher.fetch("/broken");
-
-        EXPECT_EQ(response.reason(), static_cast<int>(broken.reason)) << broken.name;
-        EXPECT_EQ(response.flags(), broken.flags) << broken.name;
-        EXPECT_EQ(response.status, broken.flags == 0 ? 0 : 200) << broken.name;
-        EXPECT_EQ(server.requestCount("/broken"), 1) << broken.name;
-        EXPECT_EQ(fetcher.fetch("/sound").body, "sound") << broken.name;
+        SCOPED_TRACE(broken.name);
+        Exchange one(1);
+        one.server.on("/broken", broken.script);
+        one.server.on("/sound", ok("sound"));
+        const FetchedResponse response = one.fetcher.fetch("/broken");
+        EXPECT_EQ(response.reason(), broken.reason);
+        EXPECT_EQ(response.flags(), broken.statusKnown ? 0x1000U : 0U);
+        EXPECT_EQ(response.status, broken.statusKnown ? 200 : 0);
+        EXPECT_EQ(one.server.requestCount("/broken"), 1);
+        EXPECT_EQ(one.fetcher.fetch("/sound").body, "sound");
     }
 }
 
-TEST(HttpFailure, RefusedConnectionTellsTheSystemsError) {
-    int port = 0;
-    {
-        const ScriptedServer gone;
-        port = gone.port();
-    }
-    Fetcher fetcher(1);
-    fetcher.useServer(port);
+TEST_F(HttpFailure, RefusedConnectionTellsTheSystemsErrorEachTime) {
+    Fetcher alone(1);
+    alone.useServer(freePort());
     for (int i = 0; i < 2; ++i) {
-        const FetchedResponse response = fetcher.fetch("/");
+        const FetchedResponse response = alone.fetch("/");
         EXPECT_EQ(response.reason(), CURLE_COULDNT_CONNECT);
-        EXPECT_EQ(response.underlying(), TestSupport::connectionRefused);
+        EXPECT_EQ(response.underlying(), connectionRefused);
     }
 }
 
-TEST(HttpFailure, ErrorOfAnEarlierRequestIsNotToldAgain) {
-    if (!TestSupport::showsResets()) {
+TEST_F(HttpFailure, ErrorOfAnEarlierRequestIsNotToldAgain) {
+    if (!showsResets()) {
         GTEST_SKIP() << "a reset is the error, and Wine shows it as an ordinary end";
     }
-    ScriptedServer server;
-    server.on("/reset", breakAt(ok("0123456789").bytes(), 42, Break::Reset));
-    server.on("/short", TestSupport::answerWithLength("abc", 1'000));
-    Fetcher fetcher(1);
-    fetcher.useServer(server.port());
-    EXPECT_EQ(fetcher.fetch("/reset").underlying(), TestSupport::connectionReset);
-    EXPECT_EQ(fetcher.fetch("/short").underlying(), 0U);
+    Exchange one(1);
+    one.server.on("/reset", breakAt(ok("0123456789").bytes(), 42, Break::Reset));
+    one.server.on("/short", answerWithLength("abc", 1'000));
+    EXPECT_EQ(one.fetcher.fetch("/reset").underlying(), connectionReset);
+    EXPECT_EQ(one.fetcher.fetch("/short").underlying(), 0U);
 }
 
-// What happens to a request on a connection that has served one before.
-TEST(HttpFailure, ReusedConnectionThatClosesWithoutAnswerIsTriedOnceMoreOnANewOne) {
-    struct Case {
+TEST_F(HttpFailure, ReusedConnectionThatClosesWithoutAnswerIsTriedOnceMoreOnANewOne) {
+    const Handler close = breakAt("", 0, Break::Close);
+    const struct {
         const char* name;
         Handler script;
         int reason;
         int requests;
-    };
-    const Handler close = breakAt("", 0, Break::Close);
-    const std::vector<Case> cases = {
-        {"closes once", TestSupport::inTurn({close, TestSupport::answer(ok("second"))}), CURLE_OK,
-         2},
+    } cases[] = {
+        {"closes once", inTurn({close, answer(ok("second"))}), CURLE_OK, 2},
         {"closes always", close, CURLE_GOT_NOTHING, 2},
-        {"closes behind a line", TestSupport::answerBytesAndClose("HTTP/1.1 200 OK\r\n"),
+        {"closes behind a line", answerBytesAndClose("HTTP/1.1 200 OK\r\n"),
          CURLE_WEIRD_SERVER_REPLY, 1},
     };
-    for (const Case& test : cases) {
-        ScriptedServer server;
-        server.on("/warm", ok("warm"));
-        server.on("/again", test.script);
-        Fetcher fetcher;
-        fetcher.useServer(server.port());
-        EXPECT_EQ(fetcher.fetch("/warm").body, "warm");
-
-        const FetchedResponse response = fetcher.fetch("/again");
-
-        EXPECT_EQ(response.reason(), test.reason) << test.name;
-        EXPECT_EQ(server.requestCount("/again"), test.requests) << test.name;
+    for (const auto& test : cases) {
+        Exchange exchange;
+        exchange.server.on("/warm", ok("warm"));
+        exchange.server.on("/again", test.script);
+        EXPECT_EQ(exchange.fetcher.fetch("/warm").body, "warm");
+        EXPECT_EQ(exchange.fetcher.fetch("/again").reason(), test.reason) << test.name;
+        EXPECT_EQ(exchange.server.requestCount("/again"), test.requests) << test.name;
     }
 }
 
-TEST(HttpFailure, SecondAttemptUsesNoOtherWaitingConnection) {
-    ScriptedServer server;
-    TestSupport::Gate& gate = server.makeGate(Fetcher::clientCount);
-    server.on("/warm", TestSupport::behindGate(gate, TestSupport::answer(ok("warm"))));
+TEST_F(HttpFailure, SecondAttemptUsesNoOtherWaitingConnection) {
+    Gate& gate = server.makeGate(Fetcher::clientCount);
+    server.on("/warm", behindGate(gate, answer(ok("warm"))));
     server.on("/again", [](Connection& client, const Request& request) {
         if (request.indexOnConnection > 0) {
             client.close();
@@ -162,81 +132,43 @@ TEST(HttpFailure, SecondAttemptUsesNoOtherWaitingConnection) {
             client.send(ok("on a new one"));
         }
     });
-    Fetcher fetcher;
-    fetcher.useServer(server.port());
     std::vector<FetchedResponse> warm(Fetcher::clientCount);
-    for (FetchedResponse& response : warm) {
-        EXPECT_EQ(fetcher.start("/warm", response), "");
-    }
+    fetcher.startAll("/warm", warm);
     fetcher.waitForAll();
-
+    EXPECT_EQ(server.connections(), Fetcher::clientCount);
     EXPECT_EQ(fetcher.fetch("/again").body, "on a new one");
     EXPECT_EQ(server.requestCount("/again"), 2);
 }
 
-namespace {
-
-/// Takes some bytes and then fails in its own way.
-class FailingStream : public Brelt::PMemStream {
-public:
-    enum class Way { Refuses, Shortens, OutOfMemory, Throws };
-
-    explicit FailingStream(Way way) : PMemStream(4096), way_(way) {}
-
-    Brelt::ErrorChain Write(const void* source, std::int32_t count,
-                            std::int32_t* written) override {
-        *written = 0;
-        switch (way_) {
-            case Way::Refuses:
-                return Brelt::ErrorChain::make("FailingStream::Write", 112, "full");
-            case Way::Shortens:
-                return PMemStream::Write(source, count / 2, written);
-            case Way::OutOfMemory:
-                throw std::bad_alloc();
-            case Way::Throws:
-                throw 7;
-        }
-        return {};
-    }
-
-private:
-    Way way_;
-};
-
-}  // namespace
-
-TEST(HttpFailure, StreamThatFailsEndsItsRequestAlone) {
-    ScriptedServer server;
+TEST_F(HttpFailure, StreamThatFailsEndsItsRequestAlone) {
     server.on("/file", ok("0123456789"));
-    struct Case {
-        FailingStream::Way way;
-        std::string text;
+    const std::pair<FailingStream::Way, const char*> cases[] = {
+        {[](auto, auto&) { return ErrorChain::make("FailingStream::Write", 112, "full"); },
+         "[FailingStream::Write] 112: full"},
+        {[](auto count, auto& written) {
+             written = count / 2;
+             return ErrorChain();
+         },
+         "[PStream::WriteBuffer] -1: 5 of 10 bytes written"},
+        {[](auto, auto&) -> ErrorChain { throw std::bad_alloc(); },
+         "[Norvel::Buffer::saveTo] -1: std::bad_alloc"},
+        {[](auto, auto&) -> ErrorChain { throw 7; },
+         "[Norvel::Buffer::saveTo] -1: Unknown exception in a stream"},
     };
-    for (const Case& test : std::vector<Case>{
-             {FailingStream::Way::Refuses, "[FailingStream::Write] 112: full"},
-             {FailingStream::Way::Shortens, "[PStream::WriteBuffer] -1: 5 of 10 bytes written"},
-             {FailingStream::Way::OutOfMemory, "[Norvel::Buffer::saveTo] -1: std::bad_alloc"},
-             {FailingStream::Way::Throws,
-              "[Norvel::Buffer::saveTo] -1: Unknown exception in a stream"}}) {
-        Fetcher fetcher;
-        fetcher.useServer(server.port());
-        FailingStream stream(test.way);
+    for (const auto& [way, text] : cases) {
+        FailingStream stream(way);
         FetchedResponse response;
         response.stream = &stream;
         fetcher.fetch("/file", response);
         // The owner's callback went on as if nothing had happened: the library didn't.
         EXPECT_EQ(response.reason(), CURLE_WRITE_ERROR);
-        EXPECT_EQ(response.writeError.toCharString() == test.text.c_str(), true)
-            << response.writeError.toCharString().cstr();
+        EXPECT_STREQ(response.writeError.toCharString().cstr(), text);
         EXPECT_EQ(fetcher.fetch("/file").body, "0123456789");
     }
 }
 
-TEST(HttpFailure, ExceptionOfACallbackBecomesAnErrorOfItsRequest) {
-    ScriptedServer server;
+TEST_F(HttpFailure, ExceptionOfACallbackBecomesAnErrorOfItsRequest) {
     server.on("/file", ok("0123456789"));
-    Fetcher fetcher;
-    fetcher.useServer(server.port());
     FetchedResponse response;
     response.wantsStop = []() -> bool { throw std::runtime_error("in a callback"); };
     fetcher.fetch("/file", response);

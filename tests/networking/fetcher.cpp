@@ -6,11 +6,7 @@ namespace TestSupport {
 
 namespace {
 
-using Norvel::Networking::CallbackSource;
-using Norvel::Networking::HttpClient;
-using Norvel::Networking::ReqTokenGeneralType;
-using Norvel::Networking::ResponseError;
-using Norvel::Networking::ResponseProgress;
+using namespace Norvel::Networking;
 
 FetchedResponse& responseOf(ReqTokenGeneralType* token) {
     auto& response = *static_cast<FetchedResponse*>(token);
@@ -22,24 +18,17 @@ void statusCb(CallbackSource* /*source*/, ReqTokenGeneralType* token, const std:
     responseOf(token).status = *status;
 }
 
-std::string contentOf(Brelt::PMemStream& stream) {
-    std::string text(static_cast<std::size_t>(stream.Size()), '\0');
-    stream.Seek(0);
-    stream.ReadBuffer(text.data(), static_cast<std::int32_t>(text.size()));
-    return text;
-}
-
 void takePiece(FetchedResponse& response, Norvel::Buffer& buffer) {
-    ++response.pieces;
     Brelt::PMemStream piece(4096);
-    Brelt::PStream* target = response.stream == nullptr ? &piece : response.stream;
     Norvel::Err error;
-    if (buffer.saveTo(error, target)) {
-        response.body += contentOf(piece);
-    } else {
+    if (!buffer.saveTo(error, response.stream == nullptr ? &piece : response.stream)) {
         response.writeError = error.chain;
     }
     Norvel::internalEvbufferFree(buffer.content);
+    std::string text(static_cast<std::size_t>(piece.Size()), '\0');
+    piece.Seek(0);
+    piece.ReadBuffer(text.data(), static_cast<std::int32_t>(text.size()));
+    response.body += text;
 }
 
 void progressCb(CallbackSource* /*source*/, ReqTokenGeneralType* token, ResponseProgress* progress,
@@ -95,11 +84,15 @@ std::string Fetcher::start(const std::string& target, FetchedResponse& response)
     }
     EXPECT_EQ(client, pool.clients + index);
     Norvel::Err refusal;
-    if (client->request(refusal, target.c_str(), 1, &response, nullptr, nullptr)) {
-        EXPECT_FALSE(refusal.chain);
-        return {};
+    const bool started = client->request(refusal, target.c_str(), 1, &response, nullptr, nullptr);
+    EXPECT_NE(started, static_cast<bool>(refusal.chain));
+    return refusal.chain ? refusal.chain.toCharString().cstr() : "";
+}
+
+void Fetcher::startAll(const std::string& target, std::vector<FetchedResponse>& responses) {
+    for (FetchedResponse& response : responses) {
+        EXPECT_EQ(start(target, response), "");
     }
-    return refusal.chain.toCharString().cstr();
 }
 
 void Fetcher::waitForAll() {

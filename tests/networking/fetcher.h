@@ -10,6 +10,7 @@
 #include "foundation/pmem_stream.h"
 #include "networking/limits.h"
 #include "networking/norvel_networking.h"
+#include "support/scripted_server.h"
 
 namespace TestSupport {
 
@@ -18,8 +19,7 @@ struct FetchedResponse : Norvel::Networking::ReqTokenGeneralType {
     std::int32_t status = 0;
     std::string body;
     std::int64_t received = 0;
-    /// Progress callbacks with bytes, and without.
-    int pieces = 0;
+    /// Progress callbacks without bytes.
     int ticks = 0;
     std::vector<Norvel::Networking::ResponseError> errors;
     /// Callbacks that came after the one that cancelled.
@@ -38,7 +38,6 @@ struct FetchedResponse : Norvel::Networking::ReqTokenGeneralType {
     std::uint32_t underlying() const { return errors.empty() ? 0 : errors.front().underlying; }
 };
 
-/// A pool, set up by the library's own calls.
 class Fetcher {
 public:
     static constexpr int clientCount = 5;
@@ -48,14 +47,14 @@ public:
     Fetcher& operator=(const Fetcher&) = delete;
     ~Fetcher() { pool.destroy(); }
 
-    /// An http pool for that port of loopback.
     void useServer(int port, const char* host = "127.0.0.1");
 
     /// Starts a request on the next free client; the text of the error, empty if it was started.
     std::string start(const std::string& target, FetchedResponse& response);
-    /// Waits until all clients are free.
+    /// Starts one request for each of `responses`.
+    void startAll(const std::string& target, std::vector<FetchedResponse>& responses);
     void waitForAll();
-    /// One request from start to end; expects that it can be started.
+    /// One request from start to end.
     void fetch(const std::string& target, FetchedResponse& response);
     FetchedResponse fetch(const std::string& target);
 
@@ -64,17 +63,26 @@ public:
     Norvel::Err error;
 };
 
+/// A server and a pool that asks it.
+struct Exchange {
+    explicit Exchange(int clients = Fetcher::clientCount) : fetcher(clients) {
+        fetcher.useServer(server.port());
+    }
+    ScriptedServer server;
+    Fetcher fetcher;
+};
+
 /// Limits that end what a test would otherwise wait for; back at the old ones in the end.
 class ShortLimits {
 public:
-    ShortLimits() : before_(Norvel::Networking::currentLimits()) {}
+    ShortLimits() = default;
     ShortLimits(const ShortLimits&) = delete;
     ShortLimits& operator=(const ShortLimits&) = delete;
     ~ShortLimits() { Norvel::Networking::currentLimits() = before_; }
     Norvel::Networking::Limits* operator->() { return &Norvel::Networking::currentLimits(); }
 
 private:
-    Norvel::Networking::Limits before_;
+    const Norvel::Networking::Limits before_ = Norvel::Networking::currentLimits();
 };
 
 }  // namespace TestSupport

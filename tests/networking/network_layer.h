@@ -1,14 +1,10 @@
 #pragma once
 
-// A start of the network layer, stopped with its object, for tests of starts and of https.
-
-#include <cstdint>
+// A start of the network layer, stopped with its object.
 
 #include "networking/norvel_networking.h"
 
 namespace TestSupport {
-
-inline constexpr std::uint32_t counted = 0x2;
 
 struct Start : Norvel::Networking::NetworkingContextInitializerRAII {
     Start() : NetworkingContextInitializerRAII{0, 0x10000, nullptr} {
@@ -18,9 +14,10 @@ struct Start : Norvel::Networking::NetworkingContextInitializerRAII {
     Start& operator=(const Start&) = delete;
     ~Start() { stop(); }
 
+    bool isCounted() const { return (flags & 0x2U) != 0; }
     void stop() {
         flags |= 0x10000;
-        deinitialize((flags & counted) != 0);
+        deinitialize(isCounted());
     }
 
     bool worked;

@@ -7,22 +7,15 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "networking/context.h"
 #include "networking/fetcher.h"
 #include "networking/pool_settings.h"
-#include "support/certificates.h"
 #include "support/peers.h"
 #include "support/system_facts.h"
-#include "support/temp_directory.h"
 
+using namespace TestSupport;
 using Norvel::Networking::ClientSSLConfiguration;
-using TestSupport::Certificate;
-using TestSupport::CertificateAuthority;
-using TestSupport::FetchedResponse;
-using TestSupport::Fetcher;
-using TestSupport::Nginx;
 
 namespace {
 
@@ -44,8 +37,6 @@ class SecureServer : public testing::Test {
 protected:
     SecureServer() { files.write("id.txt", "stamp"); }
 
-    ClientSSLConfiguration trust() const { return {{authority.file().string(), {}}}; }
-
     static FetchedResponse fetchFrom(int port, const ClientSSLConfiguration& configuration,
                                      const char* host = "localhost", int proxyPort = 0) {
         Fetcher fetcher(1);
@@ -58,95 +49,10 @@ protected:
         return fetcher.fetch("/id.txt");
     }
 
-    TestSupport::TempDirectory files;
+    TempDirectory files;
     CertificateAuthority authority;
+    ClientSSLConfiguration trust{{authority.file().string(), {}}};
 };
-
-}  // namespace
-
-TEST_F(SecureServer, IsReachedOverTheNewestHttpWithATrustedCertificate) {
-    Nginx server({.root = files.path(), .certificate = authority.issue(), .http2 = true});
-    EXPECT_EQ(fetchFrom(server.port(), trust()).body, "stamp");
-    if (usesOpenSsl()) {
-        EXPECT_EQ(fetchFrom(server.port(), trust(), "127.0.0.1").body, "stamp");
-    }
-    server.stop();
-    const bool hasHttp2 = (libcurl().features & CURL_VERSION_HTTP2) != 0;
-    const std::string line = hasHttp2 ? "GET /id.txt HTTP/2.0 200" : "GET /id.txt HTTP/1.1 200";
-    EXPECT_NE(server.log().find(line), std::string::npos) << server.log();
-}
-
-TEST_F(SecureServer, IsRefusedWithoutACertificateThatFits) {
-    struct Case {
-        const char* name;
-        Certificate certificate;
-        ClientSSLConfiguration configuration;
-        std::uint32_t underlying;
-    };
-    // The numbers are OpenSSL's: 20 no issuer known, 10 has run out, 62 another name.
-    const std::vector<Case> cases = {
-        {"unknown to the system", authority.issue(), {}, 20},
-        {"expired", authority.issue("DNS:localhost", -1), trust(), 10},
-        {"another name", authority.issue("DNS:other.example"), trust(), 62},
-    };
-    for (const Case& test : cases) {
-        if (TestSupport::runsUnderWine() && test.configuration.certificates.file.empty()) {
-            continue;  // Wine takes each certificate, unless libcurl looks at it by itself.
-        }
-        const Nginx server({.root = files.path(), .certificate = test.certificate});
-        const FetchedResponse response = fetchFrom(server.port(), test.configuration);
-        EXPECT_EQ(response.reason(), CURLE_PEER_FAILED_VERIFICATION) << test.name;
-        EXPECT_EQ(response.flags(), usesOpenSsl() ? underlyingIsCertificateResult : 0U)
-            << test.name;
-        EXPECT_EQ(response.underlying(), usesOpenSsl() ? test.underlying : 0U) << test.name;
-        EXPECT_EQ(response.status, 0) << test.name;
-    }
-}
-
-TEST_F(SecureServer, IsRefusedBelowTls12) {
-    const Nginx server({.root = files.path(),
-                        .certificate = authority.issue(),
-                        .serverLines = "ssl_protocols TLSv1.1;\n"
-                                       "ssl_ciphers ALL:@SECLEVEL=0;\n"});
-    const FetchedResponse response = fetchFrom(server.port(), trust());
-    EXPECT_EQ(response.reason(), CURLE_SSL_CONNECT_ERROR);
-    EXPECT_EQ(response.flags(), 0U) << "no certificate has been looked at";
-}
-
-TEST_F(SecureServer, IsReachedThroughATunnelOrTellsWhyTheProxyRefused) {
-    const Nginx server({.root = files.path(), .certificate = authority.issue()});
-    const std::string tunnels = "acl tunnels port " + std::to_string(server.port()) + "\n";
-    TestSupport::Squid open(tunnels + "http_access allow tunnels\n");
-    EXPECT_EQ(fetchFrom(server.port(), trust(), "localhost", open.port()).body, "stamp");
-    open.stop();
-    EXPECT_NE(open.log().find("CONNECT localhost:"), std::string::npos) << open.log();
-
-    const TestSupport::Squid closed(tunnels + "http_access deny tunnels\n");
-    const FetchedResponse refused = fetchFrom(server.port(), trust(), "localhost", closed.port());
-    EXPECT_EQ(refused.reason(), CURLE_RECV_ERROR);
-    EXPECT_EQ(refused.flags(), underlyingIsProxyStatus);
-    EXPECT_EQ(refused.underlying(), 403U);
-    EXPECT_EQ(refused.status, 0) << "the proxy's answer isn't the server's";
-
-    const FetchedResponse gone =
-        fetchFrom(server.port(), trust(), "localhost", TestSupport::freePort());
-    EXPECT_EQ(gone.reason(), CURLE_COULDNT_CONNECT);
-}
-
-TEST_F(SecureServer, PlainRequestsPassThroughRealProxies) {
-    const Nginx server({.root = files.path()});
-    const TestSupport::Tinyproxy tinyproxy;
-    const TestSupport::Squid squid;
-    for (const int proxyPort : {tinyproxy.port(), squid.port()}) {
-        Fetcher fetcher;
-        fetcher.useServer(server.port());
-        fetcher.pool.setProxyServer(fetcher.error, "127.0.0.1", proxyPort);
-        EXPECT_EQ(fetcher.fetch("/id.txt").body, "stamp");
-        EXPECT_EQ(fetcher.fetch("/missing").status, 404);
-    }
-}
-
-namespace {
 
 /// What was set last for each option of a number.
 std::map<CURLoption, long> recordedOptions;
@@ -166,6 +72,84 @@ CURLcode recordOption(CURL* /*easy*/, CURLoption option, ...) {
 #pragma GCC diagnostic pop
 
 }  // namespace
+
+TEST_F(SecureServer, IsReachedOverTheNewestHttpWithATrustedCertificate) {
+    Nginx server({.root = files.path(), .certificate = authority.issue(), .http2 = true});
+    EXPECT_EQ(fetchFrom(server.port(), trust).body, "stamp");
+    if (usesOpenSsl()) {
+        EXPECT_EQ(fetchFrom(server.port(), trust, "127.0.0.1").body, "stamp");
+    }
+    server.stop();
+    const bool hasHttp2 = (libcurl().features & CURL_VERSION_HTTP2) != 0;
+    const std::string line = hasHttp2 ? "GET /id.txt HTTP/2.0 200" : "GET /id.txt HTTP/1.1 200";
+    EXPECT_NE(server.log().find(line), std::string::npos) << server.log();
+}
+
+TEST_F(SecureServer, IsRefusedWithoutACertificateThatFits) {
+    // The numbers are OpenSSL's: 20 no issuer known, 10 has run out, 62 another name.
+    const struct {
+        const char* name;
+        Certificate certificate;
+        ClientSSLConfiguration configuration;
+        std::uint32_t underlying;
+    } cases[] = {
+        {"unknown to the system", authority.issue(), {}, 20},
+        {"expired", authority.issue("DNS:localhost", -1), trust, 10},
+        {"another name", authority.issue("DNS:other.example"), trust, 62},
+    };
+    for (const auto& test : cases) {
+        if (runsUnderWine() && test.configuration.certificates.file.empty()) {
+            continue;  // Wine takes each certificate, unless libcurl looks at it by itself.
+        }
+        SCOPED_TRACE(test.name);
+        const Nginx server({.root = files.path(), .certificate = test.certificate});
+        const FetchedResponse response = fetchFrom(server.port(), test.configuration);
+        EXPECT_EQ(response.reason(), CURLE_PEER_FAILED_VERIFICATION);
+        EXPECT_EQ(response.flags(), usesOpenSsl() ? underlyingIsCertificateResult : 0U);
+        EXPECT_EQ(response.underlying(), usesOpenSsl() ? test.underlying : 0U);
+        EXPECT_EQ(response.status, 0);
+    }
+}
+
+TEST_F(SecureServer, IsRefusedBelowTls12) {
+    const Nginx server({.root = files.path(),
+                        .certificate = authority.issue(),
+                        .serverLines = "ssl_protocols TLSv1.1;\n"
+                                       "ssl_ciphers ALL:@SECLEVEL=0;\n"});
+    const FetchedResponse response = fetchFrom(server.port(), trust);
+    EXPECT_EQ(response.reason(), CURLE_SSL_CONNECT_ERROR);
+    EXPECT_EQ(response.flags(), 0U) << "no certificate has been looked at";
+}
+
+TEST_F(SecureServer, IsReachedThroughATunnelOrTellsWhyTheProxyRefused) {
+    const Nginx server({.root = files.path(), .certificate = authority.issue()});
+    const auto fetchThrough = [&](int proxyPort) {
+        return fetchFrom(server.port(), trust, "localhost", proxyPort);
+    };
+    const std::string tunnels = "acl tunnels port " + std::to_string(server.port()) + "\n";
+    Squid open(tunnels + "http_access allow tunnels\n");
+    EXPECT_EQ(fetchThrough(open.port()).body, "stamp");
+    open.stop();
+    EXPECT_NE(open.log().find("CONNECT localhost:"), std::string::npos) << open.log();
+
+    const Squid closed(tunnels + "http_access deny tunnels\n");
+    const FetchedResponse refused = fetchThrough(closed.port());
+    EXPECT_EQ(refused.reason(), CURLE_RECV_ERROR);
+    EXPECT_EQ(refused.flags(), underlyingIsProxyStatus);
+    EXPECT_EQ(refused.underlying(), 403U);
+    EXPECT_EQ(refused.status, 0) << "the proxy's answer isn't the server's";
+    EXPECT_EQ(fetchThrough(freePort()).reason(), CURLE_COULDNT_CONNECT);
+}
+
+TEST_F(SecureServer, PlainRequestsPassThroughARealProxy) {
+    const Nginx server({.root = files.path()});
+    const Tinyproxy proxy;
+    Fetcher fetcher;
+    fetcher.useServer(server.port());
+    fetcher.pool.setProxyServer(fetcher.error, "127.0.0.1", proxy.port());
+    EXPECT_EQ(fetcher.fetch("/id.txt").body, "stamp");
+    EXPECT_EQ(fetcher.fetch("/missing").status, 404);
+}
 
 TEST(SecureOptions, VerificationIsOnWhereverTheCertificatesComeFrom) {
     for (const ClientSSLConfiguration& configuration :
