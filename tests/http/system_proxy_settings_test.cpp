@@ -37,14 +37,11 @@ TEST_F(SystemProxy, ServersHaveTwoFormsAndTheOverrideIsCutIntoPatterns) {
     }
 }
 
-TEST_F(SystemProxy, ValuesOfTypeTwoAreExpandedBeforeTheyAreCut) {
+TEST_F(SystemProxy, ValuesAreExpandedAndThoseThatAreNoTextLeaveTheRestStanding) {
     const EnvironmentValue servers("KIV_TEST_SERVERS", "http=a;ftp=b");
     setText("ProxyServer", "%KIV_TEST_SERVERS%", expandedType);
-    EXPECT_EQ(reload(), "1,http://a,,http://b|");
-}
-
-TEST_F(SystemProxy, ValuesThatAreNoTextOrMissingLeaveTheRestStanding) {
     setText("ProxyOverride", "a");
+    EXPECT_EQ(reload(), "1,http://a,,http://b|a|a");
     setNumber("ProxyServer", 5);
     EXPECT_EQ(reload(), "1,,,|a|a");
     setText("ProxyServer", "p:1;http=q");
@@ -66,6 +63,7 @@ TEST_F(SystemProxy, ThreadsSeeWholeRecordsFromTheFirstUseOn) {
     setText("ProxyServer", "p:1");
     setText("ProxyOverride", "a;b");
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([] {
             for (int round = 0; round < 50; ++round) {

@@ -47,6 +47,7 @@ TEST(NetworkingContext, HttpsNeedsTheStartedLayer) {
 TEST(NetworkingContext, StartsAndStopsOfManyThreadsAddUp) {
     std::atomic<int> failures{0};
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&failures] {
             for (int round = 0; round < 200; ++round) {
