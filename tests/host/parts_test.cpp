@@ -108,15 +108,6 @@ TEST(HostText, SoundAndUnsoundUtf8AreToldApart) {
     }
 }
 
-TEST(HostText, NothingThatATerminalObeysIsPrintable) {
-    EXPECT_EQ(printable("maps/\xC3\xA9 b.tx"), "maps/\xC3\xA9 b.tx");
-    EXPECT_EQ(printable("\x1B[31mred\r\n\t\x7F"), "\\x1b[31mred\\x0d\\x0a\\x09\\x7f");
-    EXPECT_EQ(printable("\xC2\x9B"
-                        "2J \xC2\xA0"),
-              "\\xc2\\x9b2J \xC2\xA0");
-    EXPECT_EQ(printable("a\xFF\xC3"), "a\\xff\\xc3");
-}
-
 TEST(NameChecks, NamesThatNoListCanHold) {
     EXPECT_EQ(reasonAgainstName("maps/\xC3\xA9 b:?.tx"), "");
     EXPECT_NE(reasonAgainstName("maps/\xFF.tx"), "");

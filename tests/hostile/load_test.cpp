@@ -7,7 +7,6 @@
 #include "foundation/pmem_stream.h"
 #include "foundation/table.h"
 #include "hostile/besieged.h"
-#include "hostile/broken_answers.h"
 #include "interface/downloader_impl.h"
 
 using namespace TestSupport;
@@ -104,33 +103,6 @@ TEST(Load, TwentyDownloadersOnTwentyThreadsKeepApart) {
         for (std::thread& thread : threads) {
             thread.join();
         }
-    });
-}
-
-/// One run that breaks at the list, another way each time, and one that heals.
-void breakAndHeal(int i) {
-    const std::vector<BrokenAnswer>& answers = brokenAnswers();
-    const BrokenAnswer& answer = answers[static_cast<std::size_t>(i) % answers.size()];
-    Besieged ground;
-    if (answer.outcome != BrokenAnswer::Outcome::EndsByTimeLimit) {
-        ground.server.on("/lib/filelist.json", answer.script(ground.library.fileList()));
-        ground.sink.abortAfterPolls(60, 7);
-        ground.download();
-    }
-    ground.expectHealing();
-}
-
-TEST(Load, ManyRunsOneAfterTheOtherKeepMemoryDescriptorsAndThreadsFlat) {
-    expectNothingLeftOver([] {
-        const int runs = longOrShort(4'000, 100);
-        long long before = 0;
-        for (int i = 0; i < runs; ++i) {
-            breakAndHeal(i);
-            before = i == runs / 2 ? allocatedBytes() : before;
-        }
-        // What the C library keeps for threads that have ended goes up and down a little.
-        constexpr long long slack = 65536;
-        EXPECT_LE(allocatedBytes(), before + slack);
     });
 }
 
