@@ -25,7 +25,8 @@ namespace {
 enum class Shortage {
     Once,
     Lasting,
-    /// The n-th closing of a file fails, and no trace of it can be made.
+    /// The n-th closing of a file fails instead, and then also without a trace that can be made.
+    FailedClose,
     TracelessClose,
 };
 
@@ -100,20 +101,20 @@ private:
     /// One run that is struck, and judged. Gives how many blocks it left behind.
     std::int64_t strike(std::int64_t n, bool& struck) {
         const Shortage shortage = GetParam().shortage;
+        const bool isOfCloses = shortage >= Shortage::FailedClose;
         std::filesystem::remove_all(target_.path() / "inside");
         target_.write("inside/id.txt", "old");
         target_.write("inside/f1.tx", "old content");
         SilentSink sink;
         const std::int64_t before = liveBlocks();
-        const std::int32_t result = shortage == Shortage::TracelessClose
-                                        ? downloadUntraced(n, sink, struck)
-                                        : downloadShort(n, sink, struck);
+        const std::int32_t result =
+            isOfCloses ? downloadWithFailedClose(n, sink, struck) : downloadShort(n, sink, struck);
         const std::int64_t leaked = liveBlocks() - before;
         EXPECT_TRUE(struck || result == 0) << "fails without cause";
         // Memory for the telling can be had again when it was short once.
         EXPECT_TRUE(result != -1 || sink.toldFailure || shortage != Shortage::Once) << "not told";
         // The first closing is that of the old stamp, which was only read.
-        EXPECT_TRUE(result != 0 || shortage != Shortage::TracelessClose || !struck || n == 1)
+        EXPECT_TRUE(result != 0 || !isOfCloses || !struck || n == 1)
             << "a failed close passed for success";
         EXPECT_TRUE(result != 0 || target_.read("inside/id.txt") == library_.stamp);
         EXPECT_EQ(brokenPromises(library_, target_.path()), Lines{});
@@ -127,11 +128,13 @@ private:
         return result;
     }
 
-    std::int32_t downloadUntraced(std::int64_t n, SilentSink& sink, bool& struck) {
+    std::int32_t downloadWithFailedClose(std::int64_t n, SilentSink& sink, bool& struck) {
         constexpr std::uint32_t ioError = 1117;
         const Brelt::FaultInjection faults(
             {.calls = Brelt::closeHandleCall, .strikeAt = n, .code = ioError});
-        letBlocksFail(sizeof(Brelt::ErrorNode));
+        if (GetParam().shortage == Shortage::TracelessClose) {
+            letBlocksFail(sizeof(Brelt::ErrorNode));
+        }
         const std::int32_t result = download(sink);
         endShortage();
         struck = faults.hasStruck();
@@ -166,6 +169,7 @@ INSTANTIATE_TEST_SUITE_P(
                     ShortageCase{"FirstRunLasting", true, Shortage::Lasting, 101},
                     ShortageCase{"LaterRunOnce", false, Shortage::Once, 11},
                     ShortageCase{"LaterRunLasting", false, Shortage::Lasting, 11},
+                    ShortageCase{"FailedCloses", false, Shortage::FailedClose, 1},
                     ShortageCase{"FailedClosesWithoutATrace", false, Shortage::TracelessClose, 1}),
     [](const auto& row) { return std::string(row.param.name); });
 
