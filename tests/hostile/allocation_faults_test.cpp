@@ -149,7 +149,7 @@ private:
 };
 
 TEST_P(AllocationFaults, EachInTurnNeitherCrashesNorLiesNorLeaks) {
-    const std::int64_t stride = longOrShort<std::int64_t>(1, GetParam().stride);
+    const auto stride = longOrShort<std::int64_t>(1, GetParam().stride);
     std::int64_t n = 1;
     int code = wasStruck;
     for (; code == wasStruck; n += stride) {

@@ -96,9 +96,10 @@ TEST(Load, TwentyDownloadersOnTwentyThreadsKeepApart) {
         const SampleLibrary library = SampleLibrary::generated(40, 20'000);
         ScriptedServer server;
         server.serve("/lib", library.served());
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 20; ++i) {
-            threads.emplace_back([&, i] { runHost(i, server.url("/lib"), library.expected()); });
+        std::vector<std::thread> threads(20);
+        for (int i = 0; std::thread & thread : threads) {
+            thread = std::thread(
+                [&, number = i++] { runHost(number, server.url("/lib"), library.expected()); });
         }
         for (std::thread& thread : threads) {
             thread.join();
