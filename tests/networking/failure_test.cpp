@@ -140,6 +140,31 @@ TEST_F(HttpFailure, SecondAttemptUsesNoOtherWaitingConnection) {
     EXPECT_EQ(server.requestCount("/again"), 2);
 }
 
+TEST_F(HttpFailure, ConnectionsThatDieBetweenRequestsNeverWearAClientOut) {
+    Exchange one(1);
+    one.server.on("/file", [](Connection& client, const Request& request) {
+        if (request.indexOnConnection > 0) {
+            client.close();
+        } else {
+            client.send(ok("0123456789"));
+        }
+    });
+    // libcurl refuses the sixth second attempt of one handle.
+    for (int i = 0; i < 10; ++i) {
+        EXPECT_EQ(one.fetcher.fetch("/file").body, "0123456789");
+    }
+    EXPECT_EQ(one.server.requestCount("/file"), 19);
+}
+
+TEST_F(HttpFailure, FoldedFirstLineIsNotAppendedToTheHeadersOfTheRequestBefore) {
+    Exchange one(1);
+    one.server.on("/sound", ok("sound"));
+    one.server.on("/folded",
+                  answerBytes("HTTP/1.1 200 OK\r\n folded: x\r\nContent-Length: 0\r\n\r\n"));
+    EXPECT_EQ(one.fetcher.fetch("/sound").body, "sound");
+    EXPECT_EQ(one.fetcher.fetch("/folded").reason(), CURLE_BAD_FUNCTION_ARGUMENT);
+}
+
 TEST_F(HttpFailure, StreamThatFailsEndsItsRequestAlone) {
     server.on("/file", ok("0123456789"));
     const std::pair<FailingStream::Way, const char*> cases[] = {

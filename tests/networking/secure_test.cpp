@@ -166,3 +166,11 @@ TEST(SecureOptions, VerificationIsOnWhereverTheCertificatesComeFrom) {
         EXPECT_EQ(recordedOptions[CURLOPT_SSL_OPTIONS], long{CURLSSLOPT_REVOKE_BEST_EFFORT});
     }
 }
+
+TEST(PlainOptions, ConnectionHasToStandWithinItsTimeLimit) {
+    Norvel::Networking::PoolSettings settings;
+    settings.server.emplace();
+    recordedOptions.clear();
+    ASSERT_EQ(applySettings(nullptr, settings, recordOption), CURLE_OK);
+    EXPECT_EQ(recordedOptions[CURLOPT_CONNECTTIMEOUT_MS], settings.limits.connectTime.count());
+}
