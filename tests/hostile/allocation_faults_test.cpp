@@ -122,7 +122,7 @@ private:
     }
 
     std::int32_t downloadShort(std::int64_t n, SilentSink& sink, bool& struck) {
-        letAllocationFail(n, GetParam().shortage == Shortage::Lasting);
+        startShortage(n, GetParam().shortage == Shortage::Lasting);
         const std::int32_t result = download(sink);
         struck = endShortage();
         return result;
@@ -133,7 +133,7 @@ private:
         const Brelt::FaultInjection faults(
             {.calls = Brelt::closeHandleCall, .strikeAt = n, .code = ioError});
         if (GetParam().shortage == Shortage::TracelessClose) {
-            letBlocksFail(sizeof(Brelt::ErrorNode));
+            startShortage(0, false, sizeof(Brelt::ErrorNode));
         }
         const std::int32_t result = download(sink);
         endShortage();

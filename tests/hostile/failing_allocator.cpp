@@ -64,22 +64,14 @@ void* counted(void* block) {
     return block;
 }
 
-void arm(std::int64_t n, bool isLasting, std::size_t size) {
+}  // namespace
+
+void startShortage(std::int64_t n, bool isLasting, std::size_t size) {
     countdown = n;
     lasts = isLasting;
     failingSize = size;
     hasFailed = false;
     isArmed = true;
-}
-
-}  // namespace
-
-void letAllocationFail(std::int64_t n, bool isLasting) {
-    arm(n, isLasting, 0);
-}
-
-void letBlocksFail(std::size_t size) {
-    arm(0, false, size);
 }
 
 bool endShortage() {

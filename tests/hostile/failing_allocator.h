@@ -9,11 +9,8 @@
 namespace TestSupport {
 
 /// From now on the n-th allocation fails, counted over all threads; with `isLasting` all later ones
-/// as well.
-void letAllocationFail(std::int64_t n, bool isLasting);
-
-/// From now on each allocation of exactly `size` bytes fails.
-void letBlocksFail(std::size_t size);
+/// as well. With a `size` it is instead each allocation of exactly so many bytes.
+void startShortage(std::int64_t n, bool isLasting, std::size_t size = 0);
 
 /// Memory can be had again. True if any allocation has failed.
 bool endShortage();
