@@ -132,6 +132,10 @@ void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
+void* operator new[](std::size_t size) {
+    return operator new(size);
+}
+
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return malloc(size);
 }
@@ -141,6 +145,14 @@ void operator delete(void* block) noexcept {
 }
 
 void operator delete(void* block, std::size_t) noexcept {
+    free(block);
+}
+
+void operator delete[](void* block) noexcept {
+    free(block);
+}
+
+void operator delete[](void* block, std::size_t) noexcept {
     free(block);
 }
 
