@@ -104,7 +104,7 @@ Tree asReceived(Tree tree) {
 }
 
 TEST_F(Programs, WhatKivpublishMakesKivsyncTakes) {
-    SampleLibrary::generated(60, 3000).writeTo(directory.path() / "server");
+    directory.write("server", SampleLibrary::generated(60, 3000).served());
     directory.write("server/maps/lossy \xC3\xA9.tx", "full");
     directory.write("server/maps/lossy \xC3\xA9.jpeg.tx", "small");
     directory.write("server/drafts/unready.txt", "x");

@@ -62,7 +62,7 @@ int inChild(const std::function<int()>& body) {
 class AllocationFaults : public testing::TestWithParam<ShortageCase> {
 protected:
     AllocationFaults() {
-        library_.writeTo(files_.path() / "lib");
+        files_.write("lib", library_.served());
         params_.url = server_.url("/lib").c_str();
         params_.proxyMode = ProxyModeDirect;
         params_.targetDirectory = target_.text("inside").c_str();

@@ -60,7 +60,7 @@ TEST(Load, ListOfMoreThanOneGibibyteEndsAWholeRun) {
     ground.server.on("/lib/filelist.json", [](Connection& client, const Request&) {
         client.send("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(largestList + 1) +
                     "\r\n\r\n");
-        client.sendFill(' ', largestList + 1);
+        client.sendForever(std::string(std::size_t{1} << 16, ' '));
     });
     EXPECT_EQ(ground.download(), -1);
     EXPECT_EQ(ground.sink.of("logError"),
@@ -72,7 +72,7 @@ TEST(Load, ManyFilesComeThroughAServerThatClosesEveryConnection) {
     const int files = longOrShort(50'000, 1'000);
     Besieged ground(libraryOf(files, files, std::nullopt));
     for (const auto& [name, content] : ground.library.served()) {
-        ground.server.on("/lib/" + percentEncoded(name), answerAndClose(ok(content)));
+        ground.server.on("/lib/" + percentEncoded(name), answerBytesAndClose(ok(content).bytes()));
     }
     EXPECT_EQ(ground.download(), 0) << ground.sink.errorText();
     EXPECT_EQ(differences(ground.library.expected(), ground.tree()), Lines{});

@@ -41,7 +41,6 @@ void fetchInto(FetchedResponse& response, const Silence& silence) {
     if (silence.at) {
         exchange.server.on("/file", breakAt(wholeResponse, *silence.at, Break::Stall));
     } else {
-        exchange.server.onConnection([](Connection& client) { client.stall(); });
         const Norvel::Networking::ClientSSLConfiguration systemCertificates;
         EXPECT_TRUE(
             exchange.fetcher.pool.setSSLContext(exchange.fetcher.error, &systemCertificates));

@@ -59,6 +59,14 @@ private:
     Way way_;
 };
 
+void onlyOnANewConnection(Connection& client, const Request& request) {
+    if (request.indexOnConnection > 0) {
+        client.close();
+    } else {
+        client.send(ok("on a new one"));
+    }
+}
+
 class HttpFailure : public testing::Test, protected Exchange {};
 
 }  // namespace
@@ -107,7 +115,7 @@ TEST_F(HttpFailure, ReusedConnectionThatClosesWithoutAnswerIsTriedOnceMoreOnANew
         int reason;
         int requests;
     } cases[] = {
-        {"closes once", inTurn({close, answer(ok("second"))}), CURLE_OK, 2},
+        {"closes once", onlyOnANewConnection, CURLE_OK, 2},
         {"closes always", close, CURLE_GOT_NOTHING, 2},
         {"closes behind a line", answerBytesAndClose("HTTP/1.1 200 OK\r\n"),
          CURLE_WEIRD_SERVER_REPLY, 1},
@@ -123,15 +131,8 @@ TEST_F(HttpFailure, ReusedConnectionThatClosesWithoutAnswerIsTriedOnceMoreOnANew
 }
 
 TEST_F(HttpFailure, SecondAttemptUsesNoOtherWaitingConnection) {
-    Gate& gate = server.makeGate(Fetcher::clientCount);
-    server.on("/warm", behindGate(gate, answer(ok("warm"))));
-    server.on("/again", [](Connection& client, const Request& request) {
-        if (request.indexOnConnection > 0) {
-            client.close();
-        } else {
-            client.send(ok("on a new one"));
-        }
-    });
+    server.on("/warm", onceAsked(server, Fetcher::clientCount, answer(ok("warm"))));
+    server.on("/again", onlyOnANewConnection);
     std::vector<FetchedResponse> warm(Fetcher::clientCount);
     fetcher.startAll("/warm", warm);
     fetcher.waitForAll();
@@ -142,16 +143,10 @@ TEST_F(HttpFailure, SecondAttemptUsesNoOtherWaitingConnection) {
 
 TEST_F(HttpFailure, ConnectionsThatDieBetweenRequestsNeverWearAClientOut) {
     Exchange one(1);
-    one.server.on("/file", [](Connection& client, const Request& request) {
-        if (request.indexOnConnection > 0) {
-            client.close();
-        } else {
-            client.send(ok("0123456789"));
-        }
-    });
+    one.server.on("/file", onlyOnANewConnection);
     // libcurl refuses the sixth second attempt of one handle.
     for (int i = 0; i < 10; ++i) {
-        EXPECT_EQ(one.fetcher.fetch("/file").body, "0123456789");
+        EXPECT_EQ(one.fetcher.fetch("/file").body, "on a new one");
     }
     EXPECT_EQ(one.server.requestCount("/file"), 19);
 }

@@ -91,8 +91,8 @@ TEST_F(HttpRequest, UserInformationGoesOutAsCredentials) {
 TEST_F(HttpRequest, ProxiesOfTheEnvironmentAreIgnored) {
     Exchange other;
     other.server.otherwise(answer(ok("by proxy")));
-    const EnvironmentValue httpProxy("http_proxy", other.server.url());
-    const EnvironmentValue allProxy("ALL_PROXY", other.server.url());
+    const EnvironmentValue httpProxy("http_proxy", other.server.url(""));
+    const EnvironmentValue allProxy("ALL_PROXY", other.server.url(""));
     fetcher.pool.setProxyServer(fetcher.error, nullptr, 80);
     EXPECT_EQ(fetcher.fetch("/").body, "x");
     const EnvironmentValue noProxy("no_proxy", "*");
@@ -115,10 +115,7 @@ TEST_F(HttpRequest, TargetsThatCouldInjectALineOrAreNoneAreRefused) {
 }
 
 TEST_F(HttpRequest, ResponseIsTakenAsItIs) {
-    Response chunked = ok(std::string(100'000, 'c'));
-    chunked.framing = Response::Framing::Chunked;
-    Response open = ok("until the end");
-    open.framing = Response::Framing::UntilClose;
+    const std::string large(100'000, 'c');
     const struct {
         const char* target;
         Handler script;
@@ -131,8 +128,9 @@ TEST_F(HttpRequest, ResponseIsTakenAsItIs) {
         {"/none", answer(withStatus(204)), 204, ""},
         {"/empty", answer(ok("")), 200, ""},
         {"/cookie", answer(ok("c") + std::pair("Set-Cookie", "a=b")), 200, "c"},
-        {"/chunked", answer(chunked), 200, chunked.body},
-        {"/open", answer(open), 200, "until the end"},
+        {"/chunked", answerBytes(okInChunks(large)), 200, large},
+        {"/open", answerBytesAndClose("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\nuntil the end"),
+         200, "until the end"},
     };
     for (const auto& test : cases) {
         server.on(test.target, test.script);

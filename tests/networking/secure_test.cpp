@@ -143,7 +143,7 @@ TEST_F(SecureServer, IsReachedThroughATunnelOrTellsWhyTheProxyRefused) {
 
 TEST_F(SecureServer, PlainRequestsPassThroughARealProxy) {
     const Nginx server({.root = files.path()});
-    const Tinyproxy proxy;
+    const Squid proxy;
     Fetcher fetcher;
     fetcher.useServer(server.port());
     fetcher.pool.setProxyServer(fetcher.error, "127.0.0.1", proxy.port());

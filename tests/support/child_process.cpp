@@ -2,11 +2,13 @@
 
 #include "support/child_process.h"
 
+#include <forward_list>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <utility>
 
+#include "support/environment_value.h"
 #include "support/patience.h"
 #include "support/temp_directory.h"
 
@@ -14,9 +16,8 @@ namespace TestSupport {
 
 namespace {
 
-// Numbers of signals, which Windows has no names for.
+// Windows has no name for the signal's number.
 constexpr int kill = 9;
-constexpr int askToEnd = 15;
 
 std::string joined(const std::vector<std::string>& command) {
     std::string text;
@@ -28,17 +29,26 @@ std::string joined(const std::vector<std::string>& command) {
 
 }  // namespace
 
+ChildProcess::ChildProcess(std::vector<std::string> command, std::filesystem::path output,
+                           const std::vector<std::string>& environment)
+    : command_(std::move(command)), output_(std::move(output)) {
+    // Goes from the front on, so that the last change is undone first.
+    std::forward_list<EnvironmentValue> changes;
+    for (const std::string& change : environment) {
+        const std::size_t sign = change.find('=');
+        changes.emplace_front(change.substr(0, sign), sign == std::string::npos
+                                                          ? std::nullopt
+                                                          : std::optional(change.substr(sign + 1)));
+    }
+    state_ = start(command_, output_);
+}
+
 int ChildProcess::wait() {
     if (const std::optional<int> code = waitFor(patience)) {
         return *code;
     }
     signal(kill);
     throw std::runtime_error(joined(command_) + " doesn't end; it printed: " + output());
-}
-
-int ChildProcess::terminate() {
-    signal(askToEnd);
-    return wait();
 }
 
 std::string ChildProcess::output() const {

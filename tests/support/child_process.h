@@ -19,35 +19,40 @@ namespace TestSupport {
 class ChildProcess {
 public:
     /// The platform's own.
-    struct State;
+    struct State {
+        State() = default;
+        State(const State&) = delete;
+        State& operator=(const State&) = delete;
+        virtual ~State() = default;
+
+        virtual void signal(int number) = 0;
+        virtual std::optional<int> waitFor(std::chrono::milliseconds time) = 0;
+    };
 
     /// Starts `command`, whose first word is a path, or a name that is looked up in the system's
     /// folders for programs and servers. `environment` holds lines of NAME=value that go over the
     /// test's own; one without "=" takes the variable away. (A program of Linux beside Wine gets
-    /// none of that.) Raises `std::runtime_error` if the program isn't there.
+    /// none of that.) A program that isn't there ends with 127, or raises `std::runtime_error`.
     explicit ChildProcess(std::vector<std::string> command, std::filesystem::path output,
                           const std::vector<std::string>& environment = {});
-    ChildProcess(const ChildProcess&) = delete;
-    ChildProcess& operator=(const ChildProcess&) = delete;
-    ~ChildProcess();
 
-    /// Sends a signal; nothing if it has ended.
-    void signal(int number) const;
+    /// Nothing if it has ended.
+    void signal(int number) const { state_->signal(number); }
 
     /// Waits for its end, at most so long: the exit code, or 128 and the signal's number; nothing
     /// if it still runs.
-    std::optional<int> waitFor(std::chrono::milliseconds time);
+    std::optional<int> waitFor(std::chrono::milliseconds time) { return state_->waitFor(time); }
 
     /// Waits for its end; kills it and raises `std::runtime_error` after the test's patience.
     int wait();
-
-    /// Asks it to end, and waits for that.
-    int terminate();
 
     /// What it has printed so far.
     std::string output() const;
 
 private:
+    static std::unique_ptr<State> start(const std::vector<std::string>& command,
+                                        const std::filesystem::path& output);
+
     std::vector<std::string> command_;
     std::filesystem::path output_;
     std::unique_ptr<State> state_;

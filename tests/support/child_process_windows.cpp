@@ -1,16 +1,17 @@
-// Children on Windows. A job object ties their life to ours.
+// Children on Windows: its own programs, whose life a job object ties to ours, and those of Linux.
 
 #include <windows.h>
 
-#include <algorithm>
+#include <array>
 #include <cstdlib>
-#include <map>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 
 #include "foundation/text_tools.h"
-#include "support/child_process_state.h"
+#include "support/child_process.h"
+#include "support/patience.h"
+#include "support/sockets.h"
 
 namespace TestSupport {
 
@@ -63,36 +64,6 @@ std::wstring commandLine(const std::vector<std::string>& command) {
     return wide(line);
 }
 
-std::wstring upperCase(std::wstring name) {
-    ::CharUpperW(name.data());
-    return name;
-}
-
-/// Our own environment with the changes, as one text for the system: each entry ends in a NUL.
-std::wstring environmentBlock(const std::vector<std::string>& changes) {
-    std::map<std::wstring, std::wstring> entries;
-    wchar_t* const own = ::GetEnvironmentStringsW();
-    for (const wchar_t* entry = own; *entry != 0; entry += std::wcslen(entry) + 1) {
-        // Some names begin with "=".
-        const std::wstring text = entry;
-        entries[upperCase(text.substr(0, text.find(L'=', 1)))] = text;
-    }
-    ::FreeEnvironmentStringsW(own);
-    for (const std::string& change : changes) {
-        const std::wstring text = wide(change);
-        const std::wstring name = upperCase(text.substr(0, text.find(L'=')));
-        entries.erase(name);
-        if (text.find(L'=') != std::wstring::npos) {
-            entries[name] = text;
-        }
-    }
-    std::wstring block;
-    for (const auto& [name, text] : entries) {
-        block.append(text).push_back(L'\0');
-    }
-    return block;
-}
-
 /// A file for the child's standard handles.
 HANDLE openForChild(const std::filesystem::path& file, DWORD access, DWORD disposition) {
     SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
@@ -102,8 +73,7 @@ HANDLE openForChild(const std::filesystem::path& file, DWORD access, DWORD dispo
 
 class WindowsProgram final : public ChildProcess::State {
 public:
-    WindowsProgram(const std::vector<std::string>& command, const std::filesystem::path& output,
-                   const std::vector<std::string>& environment)
+    WindowsProgram(const std::vector<std::string>& command, const std::filesystem::path& output)
         : job_(::CreateJobObjectW(nullptr, nullptr)) {
         JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
         limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
@@ -118,12 +88,10 @@ public:
         start.hStdOutput = out.get();
         start.hStdError = out.get();
         std::wstring line = commandLine(command);
-        std::wstring block = environmentBlock(environment);
         const std::wstring program = std::filesystem::absolute(command.at(0)).make_preferred();
-        constexpr DWORD flags =
-            CREATE_UNICODE_ENVIRONMENT | CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
-        if (::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags,
-                             block.data(), nullptr, &start, &process_) == FALSE) {
+        constexpr DWORD flags = CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
+        if (::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags, nullptr,
+                             nullptr, &start, &process_) == FALSE) {
             throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(),
                                     "start " + command.at(0));
         }
@@ -163,29 +131,80 @@ private:
     PROCESS_INFORMATION process_{};
 };
 
+/// A program of Linux beside Wine: linux_side.py, which the script around the tests has started,
+/// watches it and talks over a connection. Its words stand there.
+class LinuxProgram final : public ChildProcess::State {
+public:
+    LinuxProgram(const std::vector<std::string>& command, const std::filesystem::path& output)
+        : connection_(Socket::connectToLoopback(helperPort())) {
+        for (const std::string& word : command) {
+            say("word " + word);
+        }
+        say("output " + peerPath(output));
+        say("start");
+        const std::string answer = hear(patience).value_or("failed: no answer");
+        if (answer != "started") {
+            throw std::runtime_error(answer);
+        }
+    }
+
+    void signal(int number) override { say("signal " + std::to_string(number)); }
+
+    std::optional<int> waitFor(std::chrono::milliseconds time) override {
+        if (!exitCode_) {
+            if (const std::optional<std::string> line = hear(time)) {
+                exitCode_ = std::stoi(line->substr(line->find(' ')));
+            }
+        }
+        return exitCode_;
+    }
+
+private:
+    static int helperPort() {
+        const char* port = std::getenv("KIV_LINUX_SIDE");
+        if (port == nullptr) {
+            throw std::runtime_error("KIV_LINUX_SIDE isn't set; run scripts/test-windows.sh");
+        }
+        return std::stoi(port);
+    }
+
+    void say(std::string line) {
+        line += '\n';
+        connection_.send(line.data(), line.size());
+    }
+
+    std::optional<std::string> hear(std::chrono::milliseconds time) {
+        while (received_.find('\n') == std::string::npos) {
+            if (waitForSocket(connection_, Interest::Read, {}, time) != WaitResult::Ready) {
+                return std::nullopt;
+            }
+            std::array<char, 512> piece;
+            const std::optional<std::int64_t> count =
+                connection_.receive(piece.data(), piece.size());
+            if (count && *count <= 0) {
+                throw std::runtime_error("the helper on Linux is gone");
+            }
+            received_.append(piece.data(), static_cast<std::size_t>(count.value_or(0)));
+        }
+        const std::size_t end = received_.find('\n');
+        std::string line = received_.substr(0, end);
+        received_.erase(0, end + 1);
+        return line;
+    }
+
+    Socket connection_;
+    std::string received_;
+    std::optional<int> exitCode_;
+};
+
 }  // namespace
 
-std::unique_ptr<ChildProcess::State> startWindowsProgram(
-    const std::vector<std::string>& command, const std::filesystem::path& output,
-    const std::vector<std::string>& environment) {
-    return std::make_unique<WindowsProgram>(command, output, environment);
-}
-
-ChildProcess::ChildProcess(std::vector<std::string> command, std::filesystem::path output,
-                           const std::vector<std::string>& environment)
-    : command_(std::move(command)), output_(std::move(output)) {
-    state_ = command_.at(0).ends_with(".exe") ? startWindowsProgram(command_, output_, environment)
-                                              : startLinuxProgram(command_, output_);
-}
-
-ChildProcess::~ChildProcess() = default;
-
-void ChildProcess::signal(int number) const {
-    state_->signal(number);
-}
-
-std::optional<int> ChildProcess::waitFor(std::chrono::milliseconds time) {
-    return state_->waitFor(time);
+std::unique_ptr<ChildProcess::State> ChildProcess::start(const std::vector<std::string>& command,
+                                                         const std::filesystem::path& output) {
+    if (command.at(0).ends_with(".exe")) {
+        return std::make_unique<WindowsProgram>(command, output);
+    }
+    return std::make_unique<LinuxProgram>(command, output);
 }
 
 std::string peerPath(const std::filesystem::path& path) {

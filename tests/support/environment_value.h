@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace TestSupport {
 
@@ -14,18 +15,19 @@ void setEnvironment(const char* name, const std::optional<std::string>& value);
 
 class EnvironmentValue {
 public:
-    EnvironmentValue(const char* name, const std::optional<std::string>& value) : name_(name) {
-        if (const char* before = std::getenv(name)) {
+    EnvironmentValue(std::string name, const std::optional<std::string>& value)
+        : name_(std::move(name)) {
+        if (const char* before = std::getenv(name_.c_str())) {
             before_ = before;
         }
-        setEnvironment(name_, value);
+        setEnvironment(name_.c_str(), value);
     }
     EnvironmentValue(const EnvironmentValue&) = delete;
     EnvironmentValue& operator=(const EnvironmentValue&) = delete;
-    ~EnvironmentValue() { setEnvironment(name_, before_); }
+    ~EnvironmentValue() { setEnvironment(name_.c_str(), before_); }
 
 private:
-    const char* name_;
+    std::string name_;
     std::optional<std::string> before_;
 };
 

@@ -1,68 +1,17 @@
 #include "support/http_response.h"
 
-#include <algorithm>
-#include <array>
-#include <cctype>
+#include <iomanip>
+#include <sstream>
 
 namespace TestSupport {
 
-namespace {
-
-std::string hexadecimal(std::size_t value, std::string_view digits) {
-    std::string text;
-    do {
-        text.insert(text.begin(), digits[value % 16]);
-        value /= 16;
-    } while (value != 0);
-    return text;
-}
-
-const char* reasonPhrase(int status) {
-    switch (status) {
-        case 200:
-            return "OK";
-        case 204:
-            return "No Content";
-        case 302:
-            return "Found";
-        case 404:
-            return "Not Found";
-        default:
-            return "Whatever";
-    }
-}
-
-bool isUnreserved(unsigned char byte) {
-    return std::isalnum(byte) != 0
-               ? byte < 0x80
-               : std::string_view("-._~/").find(static_cast<char>(byte)) != std::string_view::npos;
-}
-
-}  // namespace
-
-std::string Response::head() const {
-    std::string text = "HTTP/1.1 " + std::to_string(status) + " " + reasonPhrase(status) + "\r\n";
-    if (framing == Framing::Length) {
-        text += "Content-Length: " + std::to_string(body.size()) + "\r\n";
-    } else if (framing == Framing::Chunked) {
-        text += "Transfer-Encoding: chunked\r\n";
-    } else if (framing == Framing::UntilClose) {
-        text += "Connection: close\r\n";
-    }
+std::string Response::bytes() const {
+    std::string text = "HTTP/1.1 " + std::to_string(status) +
+                       " OK\r\nContent-Length: " + std::to_string(body.size()) + "\r\n";
     for (const auto& [name, value] : headers) {
         text.append(name).append(": ").append(value).append("\r\n");
     }
-    return text + "\r\n";
-}
-
-std::string Response::bytes() const {
-    return head() + (framing == Framing::Chunked ? inChunks(body, chunkSize) : body);
-}
-
-bool Response::closesConnection() const {
-    return framing == Framing::UntilClose ||
-           std::find(headers.begin(), headers.end(),
-                     std::pair<std::string, std::string>("Connection", "close")) != headers.end();
+    return text + "\r\n" + body;
 }
 
 Response ok(std::string body) {
@@ -70,10 +19,7 @@ Response ok(std::string body) {
 }
 
 Response withStatus(int status, std::string body) {
-    Response response;
-    response.status = status;
-    response.body = std::move(body);
-    return response;
+    return {status, std::move(body)};
 }
 
 Response operator+(Response response, std::pair<std::string, std::string> header) {
@@ -81,29 +27,32 @@ Response operator+(Response response, std::pair<std::string, std::string> header
     return response;
 }
 
-std::string inChunks(std::string_view body, std::size_t chunkSize) {
-    std::string text;
+std::string okInChunks(std::string_view body) {
+    constexpr std::size_t chunkSize = 4096;
+    std::ostringstream text;
+    text << "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n" << std::hex;
     while (!body.empty()) {
         const std::string_view chunk = body.substr(0, chunkSize);
-        text.append(hexadecimal(chunk.size(), "0123456789abcdef")).append("\r\n");
-        text.append(chunk).append("\r\n");
+        text << chunk.size() << "\r\n" << chunk << "\r\n";
         body.remove_prefix(chunk.size());
     }
-    return text + "0\r\n\r\n";
+    text << "0\r\n\r\n";
+    return text.str();
 }
 
 std::string percentEncoded(std::string_view path) {
-    std::string text;
+    constexpr std::string_view unreserved =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~/";
+    std::ostringstream text;
+    text << std::hex << std::uppercase << std::setfill('0');
     for (const char byte : path) {
-        const auto value = static_cast<unsigned char>(byte);
-        if (isUnreserved(value)) {
-            text += byte;
+        if (unreserved.find(byte) != std::string_view::npos) {
+            text << byte;
         } else {
-            text += value < 16 ? "%0" : "%";
-            text += hexadecimal(value, "0123456789ABCDEF");
+            text << '%' << std::setw(2) << static_cast<int>(static_cast<unsigned char>(byte));
         }
     }
-    return text;
+    return text.str();
 }
 
 }  // namespace TestSupport

@@ -53,12 +53,10 @@ Peer::Peer() {
     runCommand({"chmod", "777", peerName(".")});
 }
 
-std::string Peer::address() const {
-    return "127.0.0.1:" + std::to_string(port_);
-}
-
 void Peer::stop() {
-    process_->terminate();
+    constexpr int askToEnd = 15;
+    process_->signal(askToEnd);
+    process_->wait();
 }
 
 std::string Peer::log() const {
@@ -98,25 +96,11 @@ std::string Peer::writeSettings(const std::string& text, std::string_view name) 
     return peerName(name);
 }
 
-Nginx::Nginx(NginxSettings settings) : isSecure_(settings.certificate.has_value()) {
+Nginx::Nginx(const NginxSettings& settings) {
     start([&](int port) {
         const std::string file =
             writeSettings(nginxText(settings, peerName("."), peerName(logName), port));
         return std::vector<std::string>{"nginx", "-p", peerName("."), "-e", "stderr", "-c", file};
-    });
-}
-
-std::string Nginx::url(std::string_view path, std::string_view host) const {
-    return std::string(isSecure_ ? "https://" : "http://").append(host) + ":" +
-           std::to_string(port()) + std::string(path);
-}
-
-Tinyproxy::Tinyproxy(const std::string& lines) {
-    start([&](int port) {
-        const std::string file = writeSettings(
-            "Port " + std::to_string(port) + "\nListen 127.0.0.1\nTimeout 60\nMaxClients 100\n" +
-            "LogLevel Info\nLogFile \"" + peerName(logName) + "\"\n" + lines + "\n");
-        return std::vector<std::string>{"tinyproxy", "-d", "-c", file};
     });
 }
 

@@ -4,7 +4,7 @@
 //
 //     Nginx server({.root = files.path()});
 //     Squid proxy("acl far port 1\nhttp_access deny far\n");
-//     ... a run against server.url("/lib") through proxy.address() ...
+//     ... a run against server.port() through proxy.port() ...
 //     proxy.stop();
 //     EXPECT_NE(proxy.log().find("GET http://"), std::string::npos);
 //
@@ -31,9 +31,9 @@ int freePort();
 class Peer {
 public:
     int port() const { return port_; }
-    /// "127.0.0.1:" and the port.
-    std::string address() const;
-
+    std::string url(const std::string& path) const {
+        return "http://127.0.0.1:" + std::to_string(port_) + path;
+    }
     /// Ends it in order. From then on its log is complete.
     void stop();
 
@@ -79,19 +79,7 @@ struct NginxSettings {
 /// the status.
 class Nginx final : public Peer {
 public:
-    explicit Nginx(NginxSettings settings);
-
-    /// The scheme, "localhost" or the address, the port and `path`.
-    std::string url(std::string_view path = {}, std::string_view host = "127.0.0.1") const;
-
-private:
-    bool isSecure_;
-};
-
-/// `lines` are more settings, such as "BasicAuth user secret".
-class Tinyproxy final : public Peer {
-public:
-    explicit Tinyproxy(const std::string& lines = {});
+    explicit Nginx(const NginxSettings& settings);
 };
 
 /// `lines` are more settings and stand first, such as "http_access deny all", which makes it

@@ -12,21 +12,8 @@ namespace TestSupport {
 
 namespace {
 
-std::string formatted(const char* format, std::va_list arguments) {
-    // Longer than any line with a path or a trace in it.
-    std::array<char, 16384> text;
-    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): clang 14 loses sight of va_start here
-    const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
-    EXPECT_LT(static_cast<std::size_t>(length), text.size());
-    return text.data();
-}
-
-bool startsWith(std::string_view text, std::string_view start) {
-    return text.substr(0, start.size()) == start;
-}
-
 bool tellsProgress(std::string_view line) {
-    return startsWith(line, "setProgress ") || startsWith(line, "setProgressText ");
+    return line.starts_with("setProgress ") || line.starts_with("setProgressText ");
 }
 
 }  // namespace
@@ -90,7 +77,7 @@ Lines RecordingSink::of(std::string_view operation) const {
     const std::string start = std::string(operation) + " ";
     Lines result;
     for (const std::string& line : lines()) {
-        if (startsWith(line, start)) {
+        if (line.starts_with(start)) {
             result.push_back(line.substr(start.size()));
         } else if (line == operation) {
             result.emplace_back();
@@ -155,19 +142,17 @@ void RecordingSink::progressEnd() {
 void RecordingSink::logInfo(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatted(format, arguments);
+    recordFormatted("logInfo ", format, arguments);
     va_end(arguments);
-    record("logInfo " + text, Threads::CallersOnly);
 }
 
 void RecordingSink::reportWarning(const char* function, std::int32_t code, const char* format,
                                   ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatted(format, arguments);
+    recordFormatted("reportWarning " + std::string(function) + " " + std::to_string(code) + " ",
+                    format, arguments);
     va_end(arguments);
-    record("reportWarning " + std::string(function) + " " + std::to_string(code) + " " + text,
-           Threads::CallersOnly);
 }
 
 void RecordingSink::reportError(const Brelt::ErrorChain& error) {
@@ -181,17 +166,25 @@ void RecordingSink::reportError(const Brelt::ErrorChain& error) {
 void RecordingSink::logError(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatted(format, arguments);
+    recordFormatted("logError ", format, arguments);
     va_end(arguments);
-    record("logError " + text, Threads::CallersOnly);
 }
 
 void RecordingSink::logDebug(const char* format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    const std::string text = formatted(format, arguments);
+    recordFormatted("logDebug ", format, arguments);
     va_end(arguments);
-    record("logDebug " + text, Threads::CallersOnly);
+}
+
+void RecordingSink::recordFormatted(const std::string& start, const char* format,
+                                    std::va_list arguments) {
+    // Longer than any line with a path or a trace in it.
+    std::array<char, 16384> text;
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): clang 14 loses sight of va_start here
+    const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
+    EXPECT_LT(static_cast<std::size_t>(length), text.size());
+    record(start + text.data(), Threads::CallersOnly);
 }
 
 void RecordingSink::record(const std::string& line, Threads threads) {

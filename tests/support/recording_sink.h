@@ -55,8 +55,7 @@ public:
     /// Runs `call` and gives its result; afterwards nothing may come any more.
     std::int32_t during(const std::function<std::int32_t()>& call);
 
-    /// What `getAbortCode` answers from now on. With `polls`, that many more calls get 0 first.
-    void abortNow(std::int32_t code) { abortAfterPolls(0, code); }
+    /// `getAbortCode` gives 0 `polls` more times, and then the code.
     void abortAfterPolls(std::int32_t polls, std::int32_t code);
     void goOn() { abortAfterPolls(0, 0); }
 
@@ -101,6 +100,7 @@ public:
 private:
     enum class Threads { CallersOnly, Any };
 
+    void recordFormatted(const std::string& start, const char* format, std::va_list arguments);
     void record(const std::string& line, Threads threads);
     void judge(const std::string& line, Threads threads);
 

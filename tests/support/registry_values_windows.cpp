@@ -18,66 +18,39 @@ void require(LSTATUS status, const char* what) {
     }
 }
 
-/// Made on first use; goes with the process.
-class OwnRoot {
-public:
-    static OwnRoot& instance() {
-        static OwnRoot root;
-        return root;
-    }
-    OwnRoot(const OwnRoot&) = delete;
-    OwnRoot& operator=(const OwnRoot&) = delete;
+/// What a test leaves behind goes with the user's session.
+HKEY create(const std::wstring& name) {
+    HKEY key = nullptr;
+    require(::RegCreateKeyExW(HKEY_CURRENT_USER, name.c_str(), 0, nullptr, REG_OPTION_VOLATILE,
+                              KEY_ALL_ACCESS, nullptr, &key, nullptr),
+            "making a key of the tests");
+    return key;
+}
 
-    HKEY settings() const { return settings_; }
-
-private:
-    OwnRoot() : name_(L"Software\\kiv_tests_" + std::to_wstring(::GetCurrentProcessId())) {
-        HKEY root = nullptr;
-        require(create(HKEY_CURRENT_USER, name_.c_str(), root), "making the tests' root");
+HKEY settings() {
+    static const HKEY key = [] {
+        const HKEY root =
+            create(L"Software\\kiv_tests_" + std::to_wstring(::GetCurrentProcessId()));
         require(::RegOverridePredefKey(HKEY_CURRENT_USER, root), "replacing the user's root");
-        ::RegCloseKey(root);
-        require(
-            create(HKEY_CURRENT_USER,
-                   L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Internet Settings", settings_),
-            "making the tests' settings");
-    }
-    ~OwnRoot() {
-        ::RegCloseKey(settings_);
-        ::RegOverridePredefKey(HKEY_CURRENT_USER, nullptr);
-        ::RegDeleteTreeW(HKEY_CURRENT_USER, name_.c_str());
-    }
-
-    /// What is left behind by a killed test goes with the user's session.
-    static LSTATUS create(HKEY base, const wchar_t* name, HKEY& key) {
-        return ::RegCreateKeyExW(base, name, 0, nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS,
-                                 nullptr, &key, nullptr);
-    }
-
-    std::wstring name_;
-    HKEY settings_ = nullptr;
-};
+        return create(L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Internet Settings");
+    }();
+    return key;
+}
 
 }  // namespace
 
 void setRegistryValue(const char* name, std::uint32_t type, const void* bytes, std::uint32_t size) {
-    require(::RegSetValueExW(OwnRoot::instance().settings(), Brelt::TextConverter(name).getWide(),
-                             0, type, static_cast<const BYTE*>(bytes), size),
+    require(::RegSetValueExW(settings(), Brelt::TextConverter(name).getWide(), 0, type,
+                             static_cast<const BYTE*>(bytes), size),
             "setting a value");
 }
 
 void removeRegistryValue(const char* name) {
-    ::RegDeleteValueW(OwnRoot::instance().settings(), Brelt::TextConverter(name).getWide());
+    ::RegDeleteValueW(settings(), Brelt::TextConverter(name).getWide());
 }
 
 void resetRegistry() {
-    wchar_t name[256];
-    DWORD length = 256;
-    const HKEY settings = OwnRoot::instance().settings();
-    while (::RegEnumValueW(settings, 0, name, &length, nullptr, nullptr, nullptr, nullptr) ==
-           ERROR_SUCCESS) {
-        ::RegDeleteValueW(settings, name);
-        length = 256;
-    }
+    ::RegDeleteTreeW(settings(), nullptr);
 }
 
 }  // namespace TestSupport

@@ -1,33 +1,15 @@
 #include "support/sample_library.h"
 
-#include <fstream>
+#include <iomanip>
 #include <iterator>
 #include <random>
-#include <stdexcept>
-#include <string_view>
+#include <sstream>
+
+#include "support/temp_directory.h"
 
 namespace TestSupport {
 
 namespace {
-
-std::filesystem::path below(const std::filesystem::path& root, std::string_view name) {
-    return root / std::filesystem::path(std::u8string(name.begin(), name.end()));
-}
-
-std::string jsonString(std::string_view text) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string result = "\"";
-    for (const char c : text) {
-        if (c == '"' || c == '\\') {
-            result.append(1, '\\').append(1, c);
-        } else if (const auto value = static_cast<unsigned char>(c); value < 0x20) {
-            result.append("\\u00").append(1, digits[value / 16]).append(1, digits[value % 16]);
-        } else {
-            result += c;
-        }
-    }
-    return result + "\"";
-}
 
 std::string lossyPath(const std::string& path) {
     constexpr std::string_view ending = ".tx";
@@ -39,20 +21,17 @@ bool isTaken(const SampleFile& file) {
 }
 
 std::string entryOf(const SampleFile& file) {
-    std::string text = "{\"path\": " + jsonString(file.path);
+    std::ostringstream text;
+    text << "{\"path\": " << std::quoted(file.path);
     if (file.rule) {
-        text += ", \"download\": " + jsonString(*file.rule);
+        text << ", \"download\": " << std::quoted(*file.rule);
     }
-    text += ", \"size\": " + std::to_string(file.content.size());
+    text << ", \"size\": " << file.content.size();
     if (file.lossy) {
-        text += ", \"jpegSize\": " + std::to_string(file.lossy->size());
+        text << ", \"jpegSize\": " << file.lossy->size();
     }
-    return text + "}";
-}
-
-std::string readWhole(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    text << "}";
+    return text.str();
 }
 
 std::string randomBytes(std::mt19937& random, std::size_t size) {
@@ -107,10 +86,6 @@ Tree SampleLibrary::expected() const {
     return tree;
 }
 
-void SampleLibrary::writeTo(const std::filesystem::path& root) const {
-    writeTree(root, served());
-}
-
 SampleLibrary SampleLibrary::generated(int count, std::size_t largest, std::uint32_t seed) {
     constexpr std::string_view folders[] = {"", "maps/", "maps/wood and stone/", "B\xC3\xA4ume/",
                                             "\xE6\x9C\xA8/a/b/c/"};
@@ -120,18 +95,11 @@ SampleLibrary SampleLibrary::generated(int count, std::size_t largest, std::uint
         const std::string name =
             std::string(folders[random() % std::size(folders)]) + "file " + std::to_string(i);
         std::string content = randomBytes(random, random() % (largest + 1));
-        switch (random() % 4) {
-            case 0:
-                library.add(name + ".bin", std::move(content));
-                break;
-            case 1:
-                library.add(name + ".bin", std::move(content), "always");
-                break;
-            case 2:
-                library.add(name + ".bin", std::move(content), "missing");
-                break;
-            default:
-                library.addLossy(name + ".tx", std::move(content), "lossy " + std::to_string(i));
+        constexpr std::optional<const char*> rules[] = {std::nullopt, "always", "missing"};
+        if (const auto kind = random() % 4; kind < std::size(rules)) {
+            library.add(name + ".bin", std::move(content), rules[kind]);
+        } else {
+            library.addLossy(name + ".tx", std::move(content), "lossy " + std::to_string(i));
         }
     }
     return library;
@@ -148,22 +116,10 @@ Tree readTree(const std::filesystem::path& root) {
         }
         const std::u8string name = entry.path().lexically_relative(root).generic_u8string();
         tree[std::string(name.begin(), name.end())] =
-            std::filesystem::is_regular_file(entry.symlink_status()) ? readWhole(entry.path())
+            std::filesystem::is_regular_file(entry.symlink_status()) ? readFile(entry.path())
                                                                      : "(no regular file)";
     }
     return tree;
-}
-
-void writeTree(const std::filesystem::path& root, const Tree& tree) {
-    for (const auto& [name, content] : tree) {
-        const std::filesystem::path file = below(root, name);
-        std::filesystem::create_directories(file.parent_path());
-        std::ofstream stream(file, std::ios::binary);
-        stream.write(content.data(), static_cast<std::streamsize>(content.size()));
-        if (!stream.flush()) {
-            throw std::runtime_error("can't write " + file.string());
-        }
-    }
 }
 
 std::vector<std::string> differences(const Tree& expected, const Tree& actual) {

@@ -5,7 +5,8 @@
 //
 //     SampleLibrary library;
 //     library.add("maps/wood.tx", "wood").add("notes.txt", "n", "missing").addLossy("a.tx", "a",
-//     "j"); server.serve("/lib", library.served());      // or library.writeTo(nginxRoot / "lib");
+//     "j"); server.serve("/lib", library.served());      // or directory.write("lib",
+//     library.served());
 //     ... a run ...
 //     EXPECT_EQ(differences(library.expected(), readTree(target)), Lines{});
 
@@ -41,14 +42,11 @@ struct SampleLibrary {
     /// `path` ends in ".tx".
     SampleLibrary& addLossy(std::string path, std::string content, std::string lossy);
 
-    /// The text of the list.
     std::string fileList() const;
     /// All that a server has: the files with their variants, `filelist.json` and `id.txt`.
     Tree served() const;
     /// What a run leaves in an empty directory.
     Tree expected() const;
-    /// Writes what a server has below `root`.
-    void writeTo(const std::filesystem::path& root) const;
 
     /// `count` files of up to `largest` bytes in nested directories, with blanks and letters beyond
     /// ASCII in their names and every way of being listed; the same for the same seed.
@@ -58,7 +56,6 @@ struct SampleLibrary {
 /// Every file below `root`; what is neither file nor directory comes as "(no regular file)". A root
 /// that doesn't exist holds nothing.
 Tree readTree(const std::filesystem::path& root);
-void writeTree(const std::filesystem::path& root, const Tree& tree);
 
 /// One line for each path that is missing, unexpected or of other content.
 std::vector<std::string> differences(const Tree& expected, const Tree& actual);

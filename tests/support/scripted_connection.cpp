@@ -11,7 +11,7 @@ namespace TestSupport {
 namespace {
 
 constexpr std::string_view headEnd = "\r\n\r\n";
-constexpr std::size_t longestHead = std::size_t{1} << 20;
+constexpr std::chrono::milliseconds noTime{0};
 
 bool equalIgnoringCase(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
@@ -48,23 +48,6 @@ std::optional<std::string> Request::header(std::string_view name) const {
     return std::nullopt;
 }
 
-void Gate::arrive() {
-    std::unique_lock lock(mutex_);
-    if (--missing_ <= 0) {
-        opened_.notify_all();
-    }
-    opened_.wait(lock, [this] { return missing_ <= 0; });
-}
-
-void Gate::open() {
-    const std::lock_guard lock(mutex_);
-    missing_ = 0;
-    opened_.notify_all();
-}
-
-Connection::Connection(ScriptedServer& server, Socket socket, int number)
-    : server_(server), socket_(std::move(socket)), number_(number) {}
-
 bool Connection::send(std::string_view bytes) {
     while (isOpen() && !bytes.empty()) {
         const std::optional<std::int64_t> sent = socket_.send(bytes.data(), bytes.size());
@@ -78,62 +61,42 @@ bool Connection::send(std::string_view bytes) {
     return isOpen();
 }
 
-bool Connection::send(const Response& response) {
-    const bool sent = send(response.bytes());
-    if (response.closesConnection()) {
+bool Connection::staysFor(std::chrono::milliseconds time) {
+    if (waitForSocket(socket_, Interest::Departure, {&server_.stopping_}, time) !=
+        WaitResult::TimedOut) {
         close();
-    }
-    return sent;
-}
-
-bool Connection::drip(std::string_view bytes, std::size_t piece,
-                      std::chrono::milliseconds interval) {
-    while (!bytes.empty() && send(bytes.substr(0, piece))) {
-        bytes.remove_prefix(std::min(piece, bytes.size()));
-        if (!bytes.empty() && waitForSocket(socket_, Interest::Departure, {&server_.stopping_},
-                                            interval) != WaitResult::TimedOut) {
-            close();
-        }
     }
     return isOpen();
 }
 
-bool Connection::sendFill(char byte, std::int64_t count) {
-    const std::string piece(std::size_t{1} << 16, byte);
-    while (count > 0 && send(std::string_view(piece).substr(
-                            0, static_cast<std::size_t>(std::min<std::int64_t>(
-                                   count, static_cast<std::int64_t>(piece.size())))))) {
-        count -= static_cast<std::int64_t>(piece.size());
+bool Connection::drip(std::string_view bytes, std::size_t piece,
+                      std::chrono::milliseconds interval) {
+    while (send(bytes.substr(0, piece)) && bytes.size() > piece && staysFor(interval)) {
+        bytes.remove_prefix(piece);
     }
     return isOpen();
 }
 
 void Connection::sendForever(std::string_view piece) {
-    constexpr std::chrono::milliseconds noTime{0};
-    while (send(piece)) {
-        // A client that takes everything at once must not keep the server from its end.
-        if (waitForSocket(socket_, Interest::Departure, {&server_.stopping_}, noTime) !=
-            WaitResult::TimedOut) {
-            close();
-        }
+    constexpr std::size_t atOnce = 4096;
+    std::string block;
+    while (block.size() < atOnce) {
+        block += piece;
+    }
+    // A client that takes everything at once must not keep the server from its end.
+    while (send(block) && staysFor(noTime)) {
     }
 }
 
 bool Connection::stall() {
-    if (!isOpen()) {
-        return false;
-    }
-    // Stopping is looked at first, so that a script doesn't go on when the server ends.
-    const WaitResult result =
-        waitForSocket(socket_, Interest::Departure, {&server_.stopping_, &server_.released_});
-    constexpr std::chrono::milliseconds noTime{0};
-    const bool goOn = result == WaitResult::Woken &&
-                      waitForSocket(socket_, Interest::Departure, {&server_.stopping_}, noTime) ==
-                          WaitResult::TimedOut;
-    if (!goOn) {
+    // Stopping is looked at again, so that a script doesn't go on when the server ends.
+    const WaitResult result = isOpen() ? waitForSocket(socket_, Interest::Departure,
+                                                       {&server_.stopping_, &server_.released_})
+                                       : WaitResult::Ready;
+    if (result != WaitResult::Woken) {
         close();
     }
-    return goOn;
+    return isOpen() && staysFor(noTime);
 }
 
 bool Connection::fill() {
@@ -152,31 +115,16 @@ bool Connection::fill() {
     return false;
 }
 
-bool Connection::answerNonsense() {
-    // A TLS handshake, for instance: it would wait for an answer for ever.
-    send("HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-    close();
-    return false;
-}
-
 bool Connection::readRequest(Request& request) {
     std::size_t end = 0;
     while ((end = received_.find(headEnd)) == std::string::npos) {
-        const bool nonsense = !received_.empty() &&
-                              (std::isupper(static_cast<unsigned char>(received_.front())) == 0 ||
-                               received_.size() > longestHead);
-        if (nonsense) {
-            return answerNonsense();
-        }
         if (!fill()) {
             return false;
         }
     }
-    request = Request();
     request.head = received_.substr(0, end + headEnd.size());
     received_.erase(0, request.head.size());
     request.target = targetOf(request.head);
-    request.connection = number_;
     request.indexOnConnection = requests_++;
     return true;
 }

@@ -8,14 +8,6 @@
 
 namespace TestSupport {
 
-namespace {
-
-bool endsWithRequest(const Request& request) {
-    return request.header("Connection") == "close";
-}
-
-}  // namespace
-
 ScriptedServer::ScriptedServer()
     : listener_(Socket::listenOnLoopback()),
       port_(listener_.localPort()),
@@ -23,15 +15,12 @@ ScriptedServer::ScriptedServer()
       acceptor_([this] { acceptClients(); }) {}
 
 ScriptedServer::~ScriptedServer() {
-    stop();
-}
-
-std::string ScriptedServer::address() const {
-    return "127.0.0.1:" + std::to_string(port_);
-}
-
-std::string ScriptedServer::url(std::string_view path) const {
-    return "http://" + address() + std::string(path);
+    stopping_.raise();
+    acceptor_.join();
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [this] { return running_.empty(); });
+    lock.unlock();
+    joinFinished();
 }
 
 void ScriptedServer::on(const std::string& target, Handler handler) {
@@ -53,31 +42,6 @@ void ScriptedServer::serve(std::string_view prefix,
     for (const auto& [name, content] : files) {
         on(std::string(prefix) + "/" + percentEncoded(name), ok(content));
     }
-}
-
-void ScriptedServer::onConnection(std::function<void(Connection&)> handler) {
-    const std::lock_guard lock(mutex_);
-    connectionHandler_ = std::move(handler);
-}
-
-Gate& ScriptedServer::makeGate(int count) {
-    const std::lock_guard lock(mutex_);
-    return gates_.emplace_back(count);
-}
-
-void ScriptedServer::stop() {
-    stopping_.raise();
-    if (acceptor_.joinable()) {
-        acceptor_.join();
-    }
-    std::unique_lock lock(mutex_);
-    for (Gate& gate : gates_) {
-        gate.open();
-    }
-    changed_.wait(lock, [this] { return running_.empty(); });
-    lock.unlock();
-    joinFinished();
-    listener_.close();
 }
 
 std::vector<Request> ScriptedServer::requests() const {
@@ -106,11 +70,6 @@ int ScriptedServer::connections() const {
     return connections_;
 }
 
-int ScriptedServer::mostRequestsAtOnce() const {
-    const std::lock_guard lock(mutex_);
-    return mostRequestsAtOnce_;
-}
-
 bool ScriptedServer::waitForRequests(std::size_t count) const {
     std::unique_lock lock(mutex_);
     return changed_.wait_for(lock, patience, [&] { return requests_.size() >= count; });
@@ -134,7 +93,7 @@ void ScriptedServer::start(Socket socket) {
     const std::lock_guard lock(mutex_);
     ++connections_;
     ++openConnections_;
-    running_.emplace_back(*this, std::move(socket), connections_);
+    running_.push_back({Connection(*this, std::move(socket)), {}});
     const auto worker = std::prev(running_.end());
     worker->thread = std::thread([this, worker] { runConnection(worker); });
 }
@@ -152,44 +111,26 @@ void ScriptedServer::joinFinished() {
 }
 
 void ScriptedServer::runConnection(Workers::iterator worker) {
-    std::unique_lock lock(mutex_);
-    const std::function<void(Connection&)> whole = connectionHandler_;
-    lock.unlock();
-    if (whole) {
-        whole(worker->connection);
-    } else {
-        answerRequests(worker->connection);
+    Connection& connection = worker->connection;
+    Request request;
+    while (connection.readRequest(request)) {
+        (*record(request))(connection, request);
+        if (request.header("Connection") == "close") {
+            connection.close();
+        }
     }
-    worker->connection.close();
-    lock.lock();
+    connection.close();
+    const std::lock_guard lock(mutex_);
     finished_.splice(finished_.end(), running_, worker);
     changed_.notify_all();
 }
 
-void ScriptedServer::answerRequests(Connection& connection) {
-    Request request;
-    while (connection.readRequest(request)) {
-        const std::shared_ptr<const Handler> handler = beginRequest(request);
-        (*handler)(connection, request);
-        endRequest();
-        if (endsWithRequest(request)) {
-            connection.close();
-        }
-    }
-}
-
-std::shared_ptr<const Handler> ScriptedServer::beginRequest(const Request& request) {
+std::shared_ptr<const Handler> ScriptedServer::record(const Request& request) {
     const std::lock_guard lock(mutex_);
     requests_.push_back(request);
-    mostRequestsAtOnce_ = std::max(mostRequestsAtOnce_, ++requestsInHand_);
     changed_.notify_all();
     const auto found = handlers_.find(request.target);
     return found == handlers_.end() ? otherwise_ : found->second;
-}
-
-void ScriptedServer::endRequest() {
-    const std::lock_guard lock(mutex_);
-    --requestsInHand_;
 }
 
 void ScriptedServer::connectionClosed() {

@@ -18,13 +18,12 @@
 //
 // Ready-made scripts stand in server_scripts.h. Each connection has a thread of its own, on which
 // the handlers run, several at once; the destructor ends every wait and joins them all. A target
-// without a handler gets a 404.
+// without a handler gets a 404, and what is no HTTP nothing.
 
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <list>
 #include <map>
@@ -35,6 +34,7 @@
 #include <string_view>
 #include <thread>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "support/http_response.h"
@@ -49,29 +49,11 @@ struct Request {
     /// All its bytes, with the empty line at the end.
     std::string head;
     std::string target;
-    /// Which connection brought it, from 1 in the order of acceptance, and as its how-manieth, from
-    /// 0.
-    int connection = 0;
+    /// The how-manieth of its connection, from 0.
     int indexOnConnection = 0;
 
     /// The value of a header, or nothing; letters of either case are one.
     std::optional<std::string> header(std::string_view name) const;
-};
-
-/// A place where handlers wait for each other. Made by `ScriptedServer::makeGate`.
-class Gate {
-public:
-    explicit Gate(int count) : missing_(count) {}
-
-    /// Waits until as many handlers are here as the gate was made for; from then on, and from the
-    /// server's end on, it is open to all.
-    void arrive();
-    void open();
-
-private:
-    int missing_;
-    std::mutex mutex_;
-    std::condition_variable opened_;
 };
 
 /// The server's end of one connection; belongs to the thread that runs its handler.
@@ -79,17 +61,15 @@ private:
 /// What sends gives false, with the connection closed, when the client has gone or the server ends.
 class Connection {
 public:
-    Connection(ScriptedServer& server, Socket socket, int number);
+    Connection(ScriptedServer& server, Socket socket)
+        : server_(server), socket_(std::move(socket)) {}
 
     bool isOpen() const { return socket_.isOpen(); }
 
     bool send(std::string_view bytes);
-    /// Sends it whole, and closes the connection where the response says so.
-    bool send(const Response& response);
+    bool send(const Response& response) { return send(response.bytes()); }
     /// Sends `piece` bytes per `interval`, beginning at once.
     bool drip(std::string_view bytes, std::size_t piece, std::chrono::milliseconds interval);
-    /// Sends `count` times the same byte, without ever having them all in memory.
-    bool sendFill(char byte, std::int64_t count);
     /// Sends `piece` over and over, until the client or the server ends it.
     void sendForever(std::string_view piece);
 
@@ -99,18 +79,17 @@ public:
     /// The next request of the client; false when there is none any more.
     bool readRequest(Request& request);
 
-    /// Ends the connection in order (`close`) or with a reset.
     void close();
     void reset();
 
 private:
+    /// False, with the connection closed, if the client or the server ends meanwhile.
+    bool staysFor(std::chrono::milliseconds time);
     bool fill();
-    bool answerNonsense();
 
     ScriptedServer& server_;
     Socket socket_;
     std::string received_;
-    const int number_;
     int requests_ = 0;
 };
 
@@ -125,9 +104,8 @@ public:
 
     int port() const { return port_; }
     /// "127.0.0.1:" and the port.
-    std::string address() const;
-    /// "http://", the address and `path`.
-    std::string url(std::string_view path = {}) const;
+    std::string address() const { return "127.0.0.1:" + std::to_string(port_); }
+    std::string url(const std::string& path) const { return "http://" + address() + path; }
 
     /// What happens on a request for exactly this target; a later call replaces an earlier one,
     /// also while a client is at work.
@@ -137,24 +115,15 @@ public:
     void otherwise(Handler handler);
     /// Whole files, kept alive between requests: name under `prefix` to content.
     void serve(std::string_view prefix, const std::map<std::string, std::string>& files);
-    /// Replaces all of the above: what happens on a connection from its first moment on.
-    void onConnection(std::function<void(Connection&)> handler);
 
-    /// A gate that opens when `count` handlers wait at it. It lives as long as the server.
-    Gate& makeGate(int count);
     /// Ends all stalls, those to come included.
     void release() { released_.raise(); }
-    /// Ends everything and joins all threads. What was recorded stays.
-    void stop();
 
     /// The requests so far, in the order of their arrival.
     std::vector<Request> requests() const;
     std::vector<std::string> targets() const;
-    /// How often this target was asked for.
     int requestCount(std::string_view target) const;
     int connections() const;
-    /// The most requests that were in the hands of handlers at one time.
-    int mostRequestsAtOnce() const;
 
     /// For the test: false if that many requests, or so few open connections, never come.
     bool waitForRequests(std::size_t count) const;
@@ -164,8 +133,6 @@ private:
     friend class Connection;
 
     struct Worker {
-        Worker(ScriptedServer& server, Socket socket, int number)
-            : connection(server, std::move(socket), number) {}
         Connection connection;
         std::thread thread;
     };
@@ -175,9 +142,7 @@ private:
     void start(Socket socket);
     void joinFinished();
     void runConnection(Workers::iterator worker);
-    void answerRequests(Connection& connection);
-    std::shared_ptr<const Handler> beginRequest(const Request& request);
-    void endRequest();
+    std::shared_ptr<const Handler> record(const Request& request);
     void connectionClosed();
 
     Socket listener_;
@@ -189,13 +154,9 @@ private:
     mutable std::condition_variable changed_;
     std::unordered_map<std::string, std::shared_ptr<const Handler>> handlers_;
     std::shared_ptr<const Handler> otherwise_;
-    std::function<void(Connection&)> connectionHandler_;
-    std::deque<Gate> gates_;
     std::vector<Request> requests_;
     int connections_ = 0;
     int openConnections_ = 0;
-    int requestsInHand_ = 0;
-    int mostRequestsAtOnce_ = 0;
     Workers running_;
     Workers finished_;
 

@@ -1,63 +1,40 @@
 #include "support/server_scripts.h"
 
 #include <algorithm>
-#include <atomic>
-#include <memory>
 #include <utility>
 
 namespace TestSupport {
 
 namespace {
 
-/// Whole bytes are copied into the handler once and shared by all its runs.
-using SharedBytes = std::shared_ptr<const std::string>;
+constexpr std::string_view lastChunk = "0\r\n\r\n";
 
-SharedBytes share(std::string bytes) {
-    return std::make_shared<const std::string>(std::move(bytes));
+std::string withoutLastChunk(std::string_view body) {
+    std::string bytes = okInChunks(body);
+    bytes.resize(bytes.size() - lastChunk.size());
+    return bytes;
 }
-
-/// `start` once and then `piece` for ever.
-Handler sendEndless(std::string start, std::string piece) {
-    return
-        [start = std::move(start), piece = std::move(piece)](Connection& client, const Request&) {
-            client.send(start);
-            client.sendForever(piece);
-        };
-}
-
-std::string repeated(std::string_view text, int count) {
-    std::string result;
-    for (int i = 0; i < count; ++i) {
-        result += text;
-    }
-    return result;
-}
-
-constexpr std::string_view interimResponse = "HTTP/1.1 100 Continue\r\n\r\n";
 
 }  // namespace
 
 Handler answer(const Response& response) {
-    const bool closes = response.closesConnection();
-    return closes ? answerBytesAndClose(response.bytes()) : answerBytes(response.bytes());
+    return answerBytes(response.bytes());
 }
 
 Handler answerBytes(std::string bytes) {
-    return [shared = share(std::move(bytes))](Connection& client, const Request&) {
-        client.send(*shared);
-    };
+    return [bytes = std::move(bytes)](Connection& client, const Request&) { client.send(bytes); };
 }
 
 Handler answerBytesAndClose(std::string bytes) {
-    return [shared = share(std::move(bytes))](Connection& client, const Request&) {
-        client.send(*shared);
+    return [bytes = std::move(bytes)](Connection& client, const Request&) {
+        client.send(bytes);
         client.close();
     };
 }
 
 Handler breakAt(std::string bytes, std::size_t at, Break how) {
-    return [shared = share(std::move(bytes)), at, how](Connection& client, const Request&) {
-        const std::string_view whole = *shared;
+    return [bytes = std::move(bytes), at, how](Connection& client, const Request&) {
+        const std::string_view whole = bytes;
         client.send(whole.substr(0, at));
         if (how == Break::Close) {
             client.close();
@@ -70,57 +47,36 @@ Handler breakAt(std::string bytes, std::size_t at, Break how) {
 }
 
 Handler dripBytes(std::string bytes, std::size_t piece, std::chrono::milliseconds interval) {
-    return [shared = share(std::move(bytes)), piece, interval](Connection& client, const Request&) {
-        client.drip(*shared, piece, interval);
+    return [bytes = std::move(bytes), piece, interval](Connection& client, const Request&) {
+        client.drip(bytes, piece, interval);
     };
 }
 
-Handler answerWithLength(std::string body, std::size_t claimed) {
-    const bool isShort = body.size() < claimed;
-    Response response = ok(std::move(body)) + std::pair("Content-Length", std::to_string(claimed));
-    response.framing = Response::Framing::AsGiven;
-    return isShort ? answerBytesAndClose(response.bytes()) : answerBytes(response.bytes());
+Handler answerWithLength(const std::string& body, std::size_t claimed) {
+    std::string bytes =
+        "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(claimed) + "\r\n\r\n" + body;
+    return body.size() < claimed ? answerBytesAndClose(std::move(bytes))
+                                 : answerBytes(std::move(bytes));
 }
 
-Handler answerWithBadChunk(std::string body) {
-    Response response = ok(std::move(body));
-    response.framing = Response::Framing::Chunked;
-    std::string bytes = response.bytes();
-    bytes.replace(bytes.size() - std::string_view("0\r\n\r\n").size(), std::string::npos,
-                  "no size\r\nmore\r\n");
-    return answerBytes(std::move(bytes));
+Handler answerWithBadChunk(std::string_view body) {
+    return answerBytes(withoutLastChunk(body) + "no size\r\nmore\r\n");
 }
 
-Handler answerWithoutLastChunk(std::string body) {
-    Response response = ok(std::move(body));
-    response.framing = Response::Framing::Chunked;
-    std::string bytes = response.bytes();
-    bytes.resize(bytes.size() - std::string_view("0\r\n\r\n").size());
-    return answerBytesAndClose(std::move(bytes));
+Handler answerWithoutLastChunk(std::string_view body) {
+    return answerBytesAndClose(withoutLastChunk(body));
 }
 
-Handler sendEndlessHeaders() {
-    return sendEndless("HTTP/1.1 200 OK\r\n", repeated("X-Filler: 0123456789abcdef\r\n", 100));
-}
-
-Handler sendEndlessStatusLine() {
-    return sendEndless("HTTP/1.1 200 ", std::string(4096, 'O'));
-}
-
-Handler sendEndlessInterimResponses() {
-    return sendEndless({}, repeated(interimResponse, 100));
+Handler sendEndless(std::string start, std::string piece) {
+    return
+        [start = std::move(start), piece = std::move(piece)](Connection& client, const Request&) {
+            client.send(start);
+            client.sendForever(piece);
+        };
 }
 
 Handler sendEndlessBody() {
     return sendEndless("HTTP/1.1 200 OK\r\n\r\n", std::string(std::size_t{1} << 16, 'x'));
-}
-
-Handler answerAfterInterim(int count, const Response& response) {
-    return answerBytes(repeated(interimResponse, count) + response.bytes());
-}
-
-Handler answerNoContentWithBody(std::string body) {
-    return answer(withStatus(204, std::move(body)));
 }
 
 Handler redirectTo(std::string location) {
@@ -141,28 +97,10 @@ std::string gzipSample() {
     return {reinterpret_cast<const char*>(packed), sizeof(packed)};
 }
 
-Handler answerGarbage() {
-    std::string bytes;
-    for (int i = 0; i < 1024; ++i) {
-        bytes += static_cast<char>(i * 7 + 0x80);
-    }
-    return answerBytesAndClose(std::move(bytes));
-}
-
-Handler answerAndClose(const Response& response) {
-    return answerBytesAndClose(response.bytes());
-}
-
-Handler inTurn(std::vector<Handler> handlers) {
-    auto next = std::make_shared<std::atomic<std::size_t>>(0);
-    return [handlers = std::move(handlers), next](Connection& client, const Request& request) {
-        handlers.at(std::min(next->fetch_add(1), handlers.size() - 1))(client, request);
-    };
-}
-
-Handler behindGate(Gate& gate, Handler handler) {
-    return [&gate, handler = std::move(handler)](Connection& client, const Request& request) {
-        gate.arrive();
+Handler onceAsked(const ScriptedServer& server, std::size_t requests, Handler handler) {
+    return [&server, requests, handler = std::move(handler)](Connection& client,
+                                                             const Request& request) {
+        server.waitForRequests(requests);
         handler(client, request);
     };
 }

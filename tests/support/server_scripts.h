@@ -6,15 +6,14 @@
 #include <chrono>
 #include <cstddef>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "support/scripted_server.h"
 
 namespace TestSupport {
 
-/// The response, whole. The connection stays, unless the response says otherwise.
+/// These bytes, whatever they are, or a response's. The connection stays, or is closed behind them.
 Handler answer(const Response& response);
-/// These bytes, whatever they are. The connection stays, or is closed behind them.
 Handler answerBytes(std::string bytes);
 Handler answerBytesAndClose(std::string bytes);
 
@@ -33,38 +32,24 @@ Handler dripBytes(std::string bytes, std::size_t piece, std::chrono::millisecond
 
 /// A body under a false Content-Length. With a longer one the connection is closed behind the body,
 /// with a shorter one it stays, and the bytes too many stand where the next response is expected.
-Handler answerWithLength(std::string body, std::size_t claimed);
+Handler answerWithLength(const std::string& body, std::size_t claimed);
 
-/// One chunk with the body, and then, in a chunk's place: something that isn't a size, or the end
+/// The body in chunks, and then, in the last chunk's place: something that isn't a size, or the end
 /// of the connection.
-Handler answerWithBadChunk(std::string body);
-Handler answerWithoutLastChunk(std::string body);
+Handler answerWithBadChunk(std::string_view body);
+Handler answerWithoutLastChunk(std::string_view body);
 
-/// Things without end; the connection closes only when the client does.
-Handler sendEndlessHeaders();
-Handler sendEndlessStatusLine();
-Handler sendEndlessInterimResponses();
+/// `start` and then `piece` without end; the connection closes only when the client does.
+Handler sendEndless(std::string start, std::string piece);
 Handler sendEndlessBody();
 
-/// The response, with `count` interim ones (100 Continue) in front of it.
-Handler answerAfterInterim(int count, const Response& response);
-
-/// A 204 with bytes behind its head.
-Handler answerNoContentWithBody(std::string body);
 /// A 302.
 Handler redirectTo(std::string location);
 /// Gzip, although nobody asked for it; `gzipSample` holds the very bytes of the body.
 Handler answerCompressed();
 std::string gzipSample();
-/// Bytes that are no HTTP, and the end.
-Handler answerGarbage();
 
-/// The response as if the connection were to stay, and the end of the connection.
-Handler answerAndClose(const Response& response);
-
-/// The first request gets the first handler, the second the second; the last one stays.
-Handler inTurn(std::vector<Handler> handlers);
-/// `handler`, once the gate has opened.
-Handler behindGate(Gate& gate, Handler handler);
+/// `handler`, once the server has been asked so often.
+Handler onceAsked(const ScriptedServer& server, std::size_t requests, Handler handler);
 
 }  // namespace TestSupport

@@ -5,12 +5,22 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace TestSupport {
+
+/// The bytes of a file; raises `std::runtime_error` if it can't be read.
+inline std::string readFile(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream) {
+        throw std::runtime_error("can't read " + file.string());
+    }
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
 
 /// Makes an empty directory under the system's own for temporary files, and removes it again.
 class TempDirectory {
@@ -50,14 +60,14 @@ public:
         }
     }
 
-    /// The bytes of a file in it.
-    std::string read(std::string_view name) const {
-        std::ifstream stream(path_ / fromUtf8(name), std::ios::binary);
-        if (!stream) {
-            throw std::runtime_error("can't read " + std::string(name));
+    /// Writes files below a folder in it.
+    void write(const std::string& folder, const std::map<std::string, std::string>& files) const {
+        for (const auto& [name, content] : files) {
+            write(folder + "/" + name, content);
         }
-        return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     }
+
+    std::string read(std::string_view name) const { return readFile(path_ / fromUtf8(name)); }
 
     bool exists(std::string_view name) const {
         return std::filesystem::exists(path_ / fromUtf8(name));

@@ -30,14 +30,13 @@ protected:
     /// The other four that run are held until the first one's answer is out, so that its outcome is
     /// what the feed phase sees. Its connection ends, or one of the four would come over it.
     void firstFinishesFirst(const Response& first) {
-        Gate& gate = server.makeGate(5);
         for (const char* name : {"/lib/f2", "/lib/f3", "/lib/f4", "/lib/f5"}) {
-            server.on(name, behindGate(gate, answer(ok("late"))));
+            server.on(name, breakAt(ok("late").bytes(), 0, Break::Stall));
         }
-        server.on("/lib/f1", [&gate, first](Connection& client, const Request&) {
+        server.on("/lib/f1", [this, first](Connection& client, const Request&) {
             client.send(first + std::pair<std::string, std::string>{"Connection", "close"});
             client.close();
-            gate.arrive();
+            server.release();
         });
     }
 
@@ -164,7 +163,7 @@ TEST_F(DownloadFailure, AbortEndsEachRequestThatStillReceives) {
 TEST_F(DownloadFailure, AbortIsSeenWhileTheServerSaysNothing) {
     serve("[]");
     server.on("/lib/id.txt", breakAt(ok("7").bytes(), 10, Break::Stall));
-    sink.abortNow(3);
+    sink.abortAfterPolls(0, 3);
     EXPECT_EQ(download(), -1);
     EXPECT_EQ(sink.errorText(),
               "[DownloaderImpl::readRemoteIdFile] -1: Could not download remote stamp file | " +
