@@ -24,6 +24,7 @@ int spawn(const std::vector<std::string>& command, const std::string& output) {
         output};
     words.insert(words.end(), command.begin(), command.end());
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (std::string& word : words) {
         pointers.push_back(word.data());
     }
