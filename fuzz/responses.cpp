@@ -1,6 +1,7 @@
 // The bytes of a whole connection, as a server might send them: each request ends, in one outcome.
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <mutex>
 #include <string>
@@ -26,7 +27,7 @@ public:
     Server(const Server&) = delete;
     Server& operator=(const Server&) = delete;
     ~Server() {
-        stopping_.raise();
+        stopping_ = true;
         thread_.join();
     }
 
@@ -39,9 +40,10 @@ public:
 
 private:
     void run() {
-        while (TestSupport::waitForSocket(listener_, TestSupport::Interest::Read, {&stopping_}) ==
-               TestSupport::WaitResult::Ready) {
-            answer(listener_.accept());
+        while (!stopping_) {
+            if (listener_.isReady(TestSupport::Interest::Read, slice)) {
+                answer(listener_.accept());
+            }
         }
     }
 
@@ -69,14 +71,14 @@ private:
     }
 
     void waitFor(TestSupport::Socket& client, TestSupport::Interest interest) {
-        if (TestSupport::waitForSocket(client, interest, {&stopping_}) ==
-            TestSupport::WaitResult::Woken) {
+        if (!client.isReady(interest, slice) && stopping_) {
             client.close();
         }
     }
 
+    static constexpr std::chrono::milliseconds slice = 5ms;
     TestSupport::Socket listener_ = TestSupport::Socket::listenOnLoopback();
-    TestSupport::WakeSignal stopping_;
+    std::atomic<bool> stopping_{false};
     std::mutex mutex_;
     std::string bytes_;
     std::thread thread_;

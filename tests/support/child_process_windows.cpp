@@ -175,7 +175,7 @@ private:
 
     std::optional<std::string> hear(std::chrono::milliseconds time) {
         while (received_.find('\n') == std::string::npos) {
-            if (waitForSocket(connection_, Interest::Read, {}, time) != WaitResult::Ready) {
+            if (!connection_.isReady(Interest::Read, time)) {
                 return std::nullopt;
             }
             std::array<char, 512> piece;

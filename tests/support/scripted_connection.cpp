@@ -11,7 +11,8 @@ namespace TestSupport {
 namespace {
 
 constexpr std::string_view headEnd = "\r\n\r\n";
-constexpr std::chrono::milliseconds noTime{0};
+/// How long a wait goes on before it looks whether the server ends.
+constexpr std::chrono::milliseconds slice{5};
 
 bool equalIgnoringCase(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
@@ -48,13 +49,21 @@ std::optional<std::string> Request::header(std::string_view name) const {
     return std::nullopt;
 }
 
+bool Connection::waitFor(Interest interest) {
+    while (!server_.stopping_) {
+        if (socket_.isReady(interest, slice)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool Connection::send(std::string_view bytes) {
     while (isOpen() && !bytes.empty()) {
         const std::optional<std::int64_t> sent = socket_.send(bytes.data(), bytes.size());
         if (sent && *sent >= 0) {
             bytes.remove_prefix(static_cast<std::size_t>(*sent));
-        } else if (sent || waitForSocket(socket_, Interest::Write, {&server_.stopping_}) ==
-                               WaitResult::Woken) {
+        } else if (sent || !waitFor(Interest::Write)) {
             close();
         }
     }
@@ -62,8 +71,7 @@ bool Connection::send(std::string_view bytes) {
 }
 
 bool Connection::staysFor(std::chrono::milliseconds time) {
-    if (waitForSocket(socket_, Interest::Departure, {&server_.stopping_}, time) !=
-        WaitResult::TimedOut) {
+    if (server_.stopping_ || socket_.isReady(Interest::Departure, time)) {
         close();
     }
     return isOpen();
@@ -84,19 +92,14 @@ void Connection::sendForever(std::string_view piece) {
         block += piece;
     }
     // A client that takes everything at once must not keep the server from its end.
-    while (send(block) && staysFor(noTime)) {
+    while (send(block) && staysFor(std::chrono::milliseconds(0))) {
     }
 }
 
 bool Connection::stall() {
-    // Stopping is looked at again, so that a script doesn't go on when the server ends.
-    const WaitResult result = isOpen() ? waitForSocket(socket_, Interest::Departure,
-                                                       {&server_.stopping_, &server_.released_})
-                                       : WaitResult::Ready;
-    if (result != WaitResult::Woken) {
-        close();
+    while (isOpen() && !server_.released_ && staysFor(slice)) {
     }
-    return isOpen() && staysFor(noTime);
+    return isOpen();
 }
 
 bool Connection::fill() {
@@ -107,8 +110,7 @@ bool Connection::fill() {
             received_.append(piece.data(), static_cast<std::size_t>(*count));
             return true;
         }
-        if (count ||
-            waitForSocket(socket_, Interest::Read, {&server_.stopping_}) == WaitResult::Woken) {
+        if (count || !waitFor(Interest::Read)) {
             close();
         }
     }

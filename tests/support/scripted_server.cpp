@@ -15,7 +15,7 @@ ScriptedServer::ScriptedServer()
       acceptor_([this] { acceptClients(); }) {}
 
 ScriptedServer::~ScriptedServer() {
-    stopping_.raise();
+    stopping_ = true;
     acceptor_.join();
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return running_.empty(); });
@@ -81,11 +81,14 @@ bool ScriptedServer::waitForOpenConnections(int atMost) const {
 }
 
 void ScriptedServer::acceptClients() {
-    while (waitForSocket(listener_, Interest::Read, {&stopping_}) == WaitResult::Ready) {
-        if (Socket socket = listener_.accept(); socket.isOpen()) {
-            start(std::move(socket));
+    constexpr std::chrono::milliseconds slice{5};
+    while (!stopping_) {
+        if (listener_.isReady(Interest::Read, slice)) {
+            if (Socket socket = listener_.accept(); socket.isOpen()) {
+                start(std::move(socket));
+            }
+            joinFinished();
         }
-        joinFinished();
     }
 }
 

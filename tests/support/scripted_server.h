@@ -20,6 +20,7 @@
 // the handlers run, several at once; the destructor ends every wait and joins them all. A target
 // without a handler gets a 404, and what is no HTTP nothing.
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
@@ -85,6 +86,7 @@ public:
 private:
     /// False, with the connection closed, if the client or the server ends meanwhile.
     bool staysFor(std::chrono::milliseconds time);
+    bool waitFor(Interest interest);
     bool fill();
 
     ScriptedServer& server_;
@@ -117,7 +119,7 @@ public:
     void serve(std::string_view prefix, const std::map<std::string, std::string>& files);
 
     /// Ends all stalls, those to come included.
-    void release() { released_.raise(); }
+    void release() { released_ = true; }
 
     /// The requests so far, in the order of their arrival.
     std::vector<Request> requests() const;
@@ -147,8 +149,8 @@ private:
 
     Socket listener_;
     int port_ = 0;
-    WakeSignal stopping_;
-    WakeSignal released_;
+    std::atomic<bool> stopping_{false};
+    std::atomic<bool> released_{false};
 
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;

@@ -1,7 +1,6 @@
 #include "support/sockets.h"
 
 #include <algorithm>
-#include <array>
 
 #include "socket_calls.h"  // of this system
 
@@ -51,16 +50,6 @@ short pollFlags(Interest interest) {
 
 }  // namespace
 
-Socket::Socket(Socket&& other) noexcept : handle_(other.release()) {}
-
-Socket& Socket::operator=(Socket&& other) noexcept {
-    if (this != &other) {
-        close();
-        handle_ = other.release();
-    }
-    return *this;
-}
-
 Socket Socket::listenOnLoopback() {
     Calls::start();
     Socket socket(static_cast<std::intptr_t>(Calls::makeStream()));
@@ -81,7 +70,7 @@ Socket Socket::connectToLoopback(int port) {
     const sockaddr_in address = loopbackAddress(port);
     if (::connect(systemHandle(socket.handle_), reinterpret_cast<const sockaddr*>(&address),
                   sizeof(address)) != 0) {
-        return {};
+        return Socket();
     }
     Calls::stopBlocking(systemHandle(socket.handle_));
     return socket;
@@ -104,6 +93,11 @@ Socket Socket::accept() const {
     return socket;
 }
 
+bool Socket::isReady(Interest interest, std::chrono::milliseconds time) const {
+    Calls::PollEntry entry{systemHandle(handle_), pollFlags(interest), 0};
+    return Calls::poll(entry, static_cast<int>(time.count())) > 0;
+}
+
 std::optional<std::int64_t> Socket::receive(char* buffer, std::size_t size) const {
     return moved(::recv(systemHandle(handle_), buffer, limited(size), 0));
 }
@@ -114,7 +108,7 @@ std::optional<std::int64_t> Socket::send(const char* bytes, std::size_t size) co
 
 void Socket::close() {
     if (isOpen()) {
-        Calls::close(systemHandle(release()));
+        Calls::close(systemHandle(std::exchange(handle_, none)));
     }
 }
 
@@ -124,40 +118,6 @@ void Socket::reset() {
         setOption(handle_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof(atOnce));
         close();
     }
-}
-
-WakeSignal::WakeSignal() {
-    const Socket listener = Socket::listenOnLoopback();
-    Socket writer = Socket::connectToLoopback(listener.localPort());
-    if (!writer.isOpen() || waitForSocket(listener, Interest::Read, {}) != WaitResult::Ready) {
-        throw Calls::lastError("connection of a wake signal");
-    }
-    reader_ = listener.accept();
-    writer_ = writer.release();
-}
-
-void WakeSignal::raise() {
-    // The closed end shows on the other one from now on, to any number of waits.
-    const Socket writer(writer_.exchange(Socket::none));
-}
-
-WaitResult waitForSocket(const Socket& socket, Interest interest,
-                         std::initializer_list<const WakeSignal*> signals,
-                         std::optional<std::chrono::milliseconds> timeout) {
-    std::array<Calls::PollEntry, 4> entries{};
-    std::size_t count = 0;
-    entries[count++] = {systemHandle(socket.handle()), pollFlags(interest), 0};
-    for (const WakeSignal* signal : signals) {
-        entries[count++] = {systemHandle(signal->handle()), Calls::readable, 0};
-    }
-    const int limit = timeout ? static_cast<int>(timeout->count()) : -1;
-    const int found = Calls::poll(entries.data(), count, limit);
-    for (std::size_t i = 1; i < count; ++i) {
-        if (entries[i].revents != 0) {
-            return WaitResult::Woken;
-        }
-    }
-    return found == 0 ? WaitResult::TimedOut : WaitResult::Ready;
 }
 
 }  // namespace TestSupport

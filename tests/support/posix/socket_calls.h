@@ -53,12 +53,8 @@ inline std::system_error lastError(const char* what) {
     return {errno, std::generic_category(), what};
 }
 
-inline int poll(PollEntry* entries, std::size_t count, int milliseconds) {
-    int found = 0;
-    do {
-        found = ::poll(entries, count, milliseconds);
-    } while (found < 0 && errno == EINTR);
-    return found;
+inline int poll(PollEntry& entry, int milliseconds) {
+    return ::poll(&entry, 1, milliseconds);
 }
 
 }  // namespace TestSupport::Calls

@@ -57,8 +57,8 @@ inline bool wouldBlock() {
     return ::WSAGetLastError() == WSAEWOULDBLOCK;
 }
 
-inline int poll(PollEntry* entries, std::size_t count, int milliseconds) {
-    return ::WSAPoll(entries, static_cast<unsigned long>(count), milliseconds);
+inline int poll(PollEntry& entry, int milliseconds) {
+    return ::WSAPoll(&entry, 1, milliseconds);
 }
 
 }  // namespace TestSupport::Calls
