@@ -39,6 +39,8 @@ cmake --build "$build_dir" --parallel "$jobs"
 folder=$(mktemp -d)
 chmod 711 "$folder"
 export WINEPREFIX=$folder/wine WINEDEBUG=-all
+# Wine keeps names of files in the locale's encoding, and refuses what it can't tell.
+export LC_ALL=C.UTF-8
 export WINEDLLOVERRIDES="mscoree=;mshtml=;winemenubuilder.exe="
 unset DISPLAY WAYLAND_DISPLAY
 peers=
