@@ -9,7 +9,7 @@ packages_of() {
     case "$1" in
         build) echo "g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev libssl-dev" \
                     "libjsoncpp-dev libcli11-dev libcpp-httplib-dev libgtest-dev googletest" ;;
-        test) echo "python3 nginx-light squid openssl" ;;
+        test) echo "python3 nginx-light tinyproxy-bin squid openssl" ;;
         checks) echo "clang clang-tidy clang-format libclang-rt-14-dev valgrind python3" ;;
         bench) echo "libbenchmark-dev aria2 curl nginx-light python3 time" ;;
         windows) echo "wine wine64 g++-mingw-w64-x86-64-posix dpkg-dev cmake ninja-build googletest" \

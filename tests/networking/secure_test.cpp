@@ -143,12 +143,14 @@ TEST_F(SecureServer, IsReachedThroughATunnelOrTellsWhyTheProxyRefused) {
 
 TEST_F(SecureServer, PlainRequestsPassThroughARealProxy) {
     const Nginx server({.root = files.path()});
-    const Squid proxy;
+    Tinyproxy proxy;
     Fetcher fetcher;
     fetcher.useServer(server.port());
     fetcher.pool.setProxyServer(fetcher.error, "127.0.0.1", proxy.port());
     EXPECT_EQ(fetcher.fetch("/id.txt").body, "stamp");
     EXPECT_EQ(fetcher.fetch("/missing").status, 404);
+    proxy.stop();
+    EXPECT_NE(proxy.log().find("GET http://"), std::string::npos) << proxy.log();
 }
 
 TEST(SecureOptions, VerificationIsOnWhereverTheCertificatesComeFrom) {

@@ -104,6 +104,15 @@ Nginx::Nginx(const NginxSettings& settings) {
     });
 }
 
+Tinyproxy::Tinyproxy() {
+    start([&](int port) {
+        const std::string file =
+            writeSettings("Port " + std::to_string(port) + "\nListen 127.0.0.1\nTimeout 60\n" +
+                          "LogLevel Info\nLogFile \"" + peerName(logName) + "\"\n");
+        return std::vector<std::string>{"tinyproxy", "-d", "-c", file};
+    });
+}
+
 Squid::Squid(const std::string& lines) {
     start([&](int port) {
         // Of several addresses of one name it takes the first alone.

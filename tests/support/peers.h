@@ -82,6 +82,11 @@ public:
     explicit Nginx(const NginxSettings& settings);
 };
 
+class Tinyproxy final : public Peer {
+public:
+    Tinyproxy();
+};
+
 /// `lines` are more settings and stand first, such as "http_access deny all", which makes it
 /// refuse.
 class Squid final : public Peer {

@@ -1,5 +1,7 @@
 #include "support/server_scripts.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -100,7 +102,7 @@ std::string gzipSample() {
 Handler onceAsked(const ScriptedServer& server, std::size_t requests, Handler handler) {
     return [&server, requests, handler = std::move(handler)](Connection& client,
                                                              const Request& request) {
-        server.waitForRequests(requests);
+        EXPECT_TRUE(server.waitForRequests(requests));
         handler(client, request);
     };
 }
