@@ -62,8 +62,9 @@ CURLcode Transfer::makeHandle() {
 
 CURLcode Transfer::prepare(const std::string& target, ReqTokenGeneralType* token) {
     // A new handle for each request. A used one keeps what it shouldn't: the error number of its
-    // last failure, the count of second attempts (the sixth of a handle's life is refused), and in
-    // libcurl 7.88 a pointer into freed headers, which a folded first line is appended to.
+    // last failure, the count of second attempts (the sixth of a handle's life is refused), and
+    // before curl's pull request 11103 a pointer into freed headers, which a folded first line is
+    // appended to.
     if (const CURLcode result = makeHandle(); result != CURLE_OK) {
         return result;
     }
