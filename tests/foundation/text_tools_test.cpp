@@ -175,7 +175,7 @@ TEST(Conversion, TriplesAndGeneratedRowsOfTellingBytesComeBack) {
 TEST(Conversion, AllTriplesOfTellingUnitsAgreeWithTheOracle) {
     const Units telling = {1,      0x7F,   0x80,   0x7FF,  0x800,  0xD7FF, 0xD800, 0xDBC0,
                            0xDBFF, 0xDC00, 0xDC41, 0xDCFF, 0xDD00, 0xDFFF, 0xE000, 0xFFFF};
-    for (std::size_t i = 0; i < 16 * 16 * 16; ++i) {
+    for (std::size_t i = 0; i < std::size_t{16} * 16 * 16; ++i) {
         const Units units = {telling[i / 256], telling[i / 16 % 16], telling[i % 16]};
         ASSERT_EQ(toNarrow(units), oracleNarrow(units)) << testing::PrintToString(units);
     }

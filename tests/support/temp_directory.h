@@ -63,7 +63,7 @@ public:
     /// Writes files below a folder in it.
     void write(const std::string& folder, const std::map<std::string, std::string>& files) const {
         for (const auto& [name, content] : files) {
-            write(folder + "/" + name, content);
+            write(std::string(folder).append("/").append(name), content);
         }
     }
 
