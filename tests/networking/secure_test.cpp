@@ -74,15 +74,15 @@ CURLcode recordOption(CURL* /*easy*/, CURLoption option, ...) {
 }  // namespace
 
 TEST_F(SecureServer, IsReachedOverTheNewestHttpWithATrustedCertificate) {
-    Nginx server({.root = files.path(), .certificate = authority.issue(), .http2 = true});
+    Nginx server({.root = files.path(), .certificate = authority.issue()});
     EXPECT_EQ(fetchFrom(server.port(), trust).body, "stamp");
     if (usesOpenSsl()) {
         EXPECT_EQ(fetchFrom(server.port(), trust, "127.0.0.1").body, "stamp");
     }
-    server.stop();
     const bool hasHttp2 = (libcurl().features & CURL_VERSION_HTTP2) != 0;
     const std::string line = hasHttp2 ? "GET /id.txt HTTP/2.0 200" : "GET /id.txt HTTP/1.1 200";
-    EXPECT_NE(server.log().find(line), std::string::npos) << server.log();
+    const std::string log = server.stopAndReadLog();
+    EXPECT_NE(log.find(line), std::string::npos) << log;
 }
 
 TEST_F(SecureServer, IsRefusedWithoutACertificateThatFits) {
@@ -129,8 +129,8 @@ TEST_F(SecureServer, IsReachedThroughATunnelOrTellsWhyTheProxyRefused) {
     const std::string tunnels = "acl tunnels port " + std::to_string(server.port()) + "\n";
     Squid open(tunnels + "http_access allow tunnels\n");
     EXPECT_EQ(fetchThrough(open.port()).body, "stamp");
-    open.stop();
-    EXPECT_NE(open.log().find("CONNECT localhost:"), std::string::npos) << open.log();
+    const std::string log = open.stopAndReadLog();
+    EXPECT_NE(log.find("CONNECT localhost:"), std::string::npos) << log;
 
     const Squid closed(tunnels + "http_access deny tunnels\n");
     const FetchedResponse refused = fetchThrough(closed.port());
@@ -149,8 +149,8 @@ TEST_F(SecureServer, PlainRequestsPassThroughARealProxy) {
     fetcher.pool.setProxyServer(fetcher.error, "127.0.0.1", proxy.port());
     EXPECT_EQ(fetcher.fetch("/id.txt").body, "stamp");
     EXPECT_EQ(fetcher.fetch("/missing").status, 404);
-    proxy.stop();
-    EXPECT_NE(proxy.log().find("GET http://"), std::string::npos) << proxy.log();
+    const std::string log = proxy.stopAndReadLog();
+    EXPECT_NE(log.find("GET http://"), std::string::npos) << log;
 }
 
 TEST(SecureOptions, VerificationIsOnWhereverTheCertificatesComeFrom) {

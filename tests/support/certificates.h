@@ -1,10 +1,6 @@
 #pragma once
 
 // Certificates for https servers of tests, made afresh by the openssl command.
-//
-//     CertificateAuthority authority;
-//     Nginx server({.root = files, .certificate = authority.issue()});
-//     ... with SSL_CERT_FILE set to authority.file() ...
 
 #include <filesystem>
 #include <string>
@@ -30,9 +26,6 @@ public:
     Certificate issue(const std::string& names = "DNS:localhost,IP:127.0.0.1", int days = 30);
 
 private:
-    /// As the openssl command knows it.
-    std::string name(const std::string& file) const;
-
     TempDirectory directory_;
     int issued_ = 0;
 };

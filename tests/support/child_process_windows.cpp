@@ -17,8 +17,6 @@ namespace TestSupport {
 
 namespace {
 
-constexpr int interrupt = 2;
-
 std::wstring wide(const std::string& text) {
     return Brelt::TextConverter(text.c_str()).getWide();
 }
@@ -89,7 +87,7 @@ public:
         start.hStdError = out.get();
         std::wstring line = commandLine(command);
         const std::wstring program = std::filesystem::absolute(command.at(0)).make_preferred();
-        constexpr DWORD flags = CREATE_NEW_PROCESS_GROUP | CREATE_SUSPENDED;
+        constexpr DWORD flags = CREATE_SUSPENDED;
         if (::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, flags, nullptr,
                              nullptr, &start, &process_) == FALSE) {
             throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(),
@@ -107,13 +105,9 @@ public:
     WindowsProgram(const WindowsProgram&) = delete;
     WindowsProgram& operator=(const WindowsProgram&) = delete;
 
-    /// An interrupt is what Ctrl-Break does; all other signals end it at once.
+    /// There are none here: each ends it at once.
     void signal(int number) override {
-        if (number == interrupt) {
-            ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, process_.dwProcessId);
-        } else {
-            ::TerminateProcess(process_.hProcess, static_cast<UINT>(128 + number));
-        }
+        ::TerminateProcess(process_.hProcess, static_cast<UINT>(128 + number));
     }
 
     std::optional<int> waitFor(std::chrono::milliseconds time) override {

@@ -5,8 +5,7 @@
 //     Nginx server({.root = files.path()});
 //     Squid proxy("acl far port 1\nhttp_access deny far\n");
 //     ... a run against server.port() through proxy.port() ...
-//     proxy.stop();
-//     EXPECT_NE(proxy.log().find("GET http://"), std::string::npos);
+//     EXPECT_NE(proxy.stopAndReadLog().find("GET http://"), std::string::npos);
 //
 // A peer is ready when its constructor returns, and gone with its object. A program that is missing
 // or doesn't start raises `std::runtime_error` with what it printed.
@@ -34,16 +33,11 @@ public:
     std::string url(const std::string& path) const {
         return "http://127.0.0.1:" + std::to_string(port_) + path;
     }
-    /// Ends it in order. From then on its log is complete.
-    void stop();
-
-    /// One line for each request, in the program's own form.
-    std::string log() const;
-    /// What it printed: errors, mostly.
-    std::string output() const { return process_->output(); }
+    /// Ends it in order, and gives its log: one line for each request, in the program's own form.
+    std::string stopAndReadLog();
 
 protected:
-    using Command = std::function<std::vector<std::string>(int port)>;
+    using Command = std::function<std::vector<std::string>(const std::string& port)>;
 
     Peer();
     ~Peer() = default;
@@ -68,15 +62,13 @@ private:
 struct NginxSettings {
     /// What it serves.
     std::filesystem::path root;
-    /// With one it speaks https.
+    /// With one it speaks https, also HTTP/2.
     std::optional<Certificate> certificate = std::nullopt;
-    bool http2 = false;
     /// More directives for the `server` block, such as "ssl_protocols TLSv1;".
     std::string serverLines = {};
 };
 
-/// Its log has lines such as "GET /lib/id.txt HTTP/1.1 200 3", with the connection's number behind
-/// the status.
+/// Its log has lines such as "GET /lib/id.txt HTTP/1.1 200".
 class Nginx final : public Peer {
 public:
     explicit Nginx(const NginxSettings& settings);

@@ -2,34 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdio>
-#include <ostream>
-#include <utility>
 
 namespace TestSupport {
-
-namespace {
-
-bool tellsProgress(std::string_view line) {
-    return line.starts_with("setProgress ") || line.starts_with("setProgressText ");
-}
-
-}  // namespace
-
-std::ostream& operator<<(std::ostream& stream, const ErrorLine& line) {
-    return stream << '[' << line.function << "] " << line.code << ": " << line.message;
-}
-
-std::vector<ErrorLine> nodesOf(const Brelt::ErrorChain& error) {
-    std::vector<ErrorLine> nodes;
-    for (const Brelt::ErrorNode* node = error.head(); node != nullptr; node = node->next) {
-        nodes.push_back(
-            {node->function == nullptr ? "" : node->function, node->code, node->message});
-    }
-    return nodes;
-}
 
 RecordingSink::~RecordingSink() {
     for (const std::string& violation : takeViolations()) {
@@ -38,16 +14,17 @@ RecordingSink::~RecordingSink() {
 }
 
 std::int32_t RecordingSink::during(const std::function<std::int32_t()>& call) {
-    const auto setRunning = [this](bool running) {
-        const std::lock_guard lock(mutex_);
-        judged_ = true;
-        running_ = running;
-        caller_ = std::this_thread::get_id();
-    };
     setRunning(true);
     const std::int32_t result = call();
     setRunning(false);
     return result;
+}
+
+void RecordingSink::setRunning(bool running) {
+    const std::lock_guard lock(mutex_);
+    judged_ = true;
+    running_ = running;
+    caller_ = std::this_thread::get_id();
 }
 
 void RecordingSink::abortAfterPolls(std::int32_t polls, std::int32_t code) {
@@ -64,26 +41,29 @@ Lines RecordingSink::lines() const {
 Lines RecordingSink::steps() const {
     Lines result;
     bool inStage = false;
-    for (std::string& line : lines()) {
+    for (const std::string& line : lines()) {
         inStage = line == "progressBegin" || (inStage && line != "progressEnd");
-        if (!inStage || !tellsProgress(line)) {
-            result.push_back(std::move(line));
+        if (!inStage ||
+            !(line.starts_with("setProgress ") || line.starts_with("setProgressText "))) {
+            result.push_back(line);
         }
     }
     return result;
 }
 
-Lines RecordingSink::of(std::string_view operation) const {
-    const std::string start = std::string(operation) + " ";
+Lines RecordingSink::of(const std::string& operation) const {
     Lines result;
     for (const std::string& line : lines()) {
-        if (line.starts_with(start)) {
-            result.push_back(line.substr(start.size()));
-        } else if (line == operation) {
-            result.emplace_back();
+        if (line.starts_with(operation + " ")) {
+            result.push_back(line.substr(operation.size() + 1));
         }
     }
     return result;
+}
+
+std::int32_t RecordingSink::polls() const {
+    const std::lock_guard lock(mutex_);
+    return polls_;
 }
 
 std::string RecordingSink::errorText() const {
@@ -109,7 +89,7 @@ void RecordingSink::clear() {
 }
 
 void RecordingSink::setProgressRange(std::int32_t upper) {
-    record("setProgressRange " + std::to_string(upper), Threads::CallersOnly);
+    record("setProgressRange " + std::to_string(upper));
 }
 
 void RecordingSink::setProgress(std::int32_t value) {
@@ -124,19 +104,15 @@ std::int32_t RecordingSink::getAbortCode() {
     const std::lock_guard lock(mutex_);
     judge("getAbortCode", Threads::Any);
     ++polls_;
-    if (pollsLeft_ > 0) {
-        --pollsLeft_;
-        return 0;
-    }
-    return abortCode_;
+    return pollsLeft_-- > 0 ? 0 : abortCode_;
 }
 
 void RecordingSink::progressBegin() {
-    record("progressBegin", Threads::CallersOnly);
+    record("progressBegin");
 }
 
 void RecordingSink::progressEnd() {
-    record("progressEnd", Threads::CallersOnly);
+    record("progressEnd");
 }
 
 void RecordingSink::logInfo(const char* format, ...) {
@@ -150,17 +126,22 @@ void RecordingSink::reportWarning(const char* function, std::int32_t code, const
                                   ...) {
     std::va_list arguments;
     va_start(arguments, format);
-    recordFormatted("reportWarning " + std::string(function) + " " + std::to_string(code) + " ",
-                    format, arguments);
+    const std::string start = "reportWarning " + std::string(function);
+    recordFormatted(start + " " + std::to_string(code) + " ", format, arguments);
     va_end(arguments);
 }
 
 void RecordingSink::reportError(const Brelt::ErrorChain& error) {
+    std::vector<ErrorLine> nodes;
+    for (const Brelt::ErrorNode* node = error.head(); node != nullptr; node = node->next) {
+        nodes.push_back(
+            {node->function == nullptr ? "" : node->function, node->code, node->message});
+    }
     {
         const std::lock_guard lock(mutex_);
-        errorNodes_ = nodesOf(error);
+        errorNodes_ = std::move(nodes);
     }
-    record(std::string("reportError ") + error.toCharString().cstr(), Threads::CallersOnly);
+    record(std::string("reportError ") + error.toCharString().cstr());
 }
 
 void RecordingSink::logError(const char* format, ...) {
@@ -184,7 +165,7 @@ void RecordingSink::recordFormatted(const std::string& start, const char* format
     // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): clang 14 loses sight of va_start here
     const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
     EXPECT_LT(static_cast<std::size_t>(length), text.size());
-    record(start + text.data(), Threads::CallersOnly);
+    record(start + text.data());
 }
 
 void RecordingSink::record(const std::string& line, Threads threads) {

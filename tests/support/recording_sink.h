@@ -11,15 +11,14 @@
 // A line is the operation's name, a blank and what came with it, formatted: "setProgress 0",
 // "reportWarning DownloaderImpl::x -1 text", "reportError " and the chain's text.
 
-#include <atomic>
 #include <cstdarg>
 #include <cstdint>
 #include <functional>
-#include <iosfwd>
 #include <mutex>
+#include <ostream>
 #include <string>
-#include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "interface/message_sink.h"
@@ -36,10 +35,10 @@ struct ErrorLine {
 
     bool operator==(const ErrorLine&) const = default;
 };
-std::ostream& operator<<(std::ostream& stream, const ErrorLine& line);
 
-/// The nodes of any chain, newest first.
-std::vector<ErrorLine> nodesOf(const Brelt::ErrorChain& error);
+inline std::ostream& operator<<(std::ostream& stream, const ErrorLine& line) {
+    return stream << '[' << line.function << "] " << line.code << ": " << line.message;
+}
 
 /// Every call is held to the sink's contract, and the destructor fails the test if one broke it:
 /// nothing comes outside of `during`, and only the three operations of transfers come on another
@@ -71,9 +70,9 @@ public:
     /// between a `progressBegin` and its `progressEnd`.
     Lines steps() const;
     /// What came with one operation, its name taken off.
-    Lines of(std::string_view operation) const;
+    Lines of(const std::string& operation) const;
     /// How often the abort was asked for.
-    std::int32_t polls() const { return polls_; }
+    std::int32_t polls() const;
 
     /// The chain of the last `reportError`: as one text, and node by node, newest first.
     std::string errorText() const;
@@ -100,8 +99,9 @@ public:
 private:
     enum class Threads { CallersOnly, Any };
 
+    void setRunning(bool running);
+    void record(const std::string& line, Threads threads = Threads::CallersOnly);
     void recordFormatted(const std::string& start, const char* format, std::va_list arguments);
-    void record(const std::string& line, Threads threads);
     void judge(const std::string& line, Threads threads);
 
     mutable std::mutex mutex_;
@@ -112,7 +112,7 @@ private:
     std::thread::id caller_;
     bool judged_ = false;
     bool running_ = false;
-    std::atomic<std::int32_t> polls_{0};
+    std::int32_t polls_ = 0;
     std::int32_t pollsLeft_ = 0;
     std::int32_t abortCode_ = 0;
 };
