@@ -66,6 +66,19 @@ struct Remembered {
     }
 };
 
+/// True if no level is missing: asked once a file, instead of once a level, where a run saves many.
+/// What ".." leads back from is a level too, and Windows doesn't look for it.
+bool isThere(char* path, bool includeLast) {
+    char* const end = includeLast ? path + std::strlen(path) : std::strrchr(path, '\\');
+    if (end == nullptr || std::strstr(path, "..") != nullptr) {
+        return false;
+    }
+    const char next = std::exchange(*end, '\0');
+    const bool isThere = isDirectory(path) != 0;
+    *end = next;
+    return isThere;
+}
+
 /// Walks over a text of `length` bytes with `\` as its only separator.
 ErrorChain createLevels(char* path, std::int32_t length, bool includeLast) {
     Remembered failure;
@@ -74,7 +87,6 @@ ErrorChain createLevels(char* path, std::int32_t length, bool includeLast) {
             continue;
         }
         const char next = std::exchange(path[i + 1], '\0');
-        // Asked once a level: a run of small files spends much of its time here.
         const DWORD attributes = attributesOf(path);
         const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
         if (exists && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
@@ -122,7 +134,7 @@ ErrorChain createPathImpl(const char* path, bool includeLast) {
         return ErrorChain::make(function, -1, "Path length exceeds MAX_PATH");
     }
     std::replace(copy, copy + length, '/', '\\');
-    return createLevels(copy, length, includeLast);
+    return isThere(copy, includeLast) ? ErrorChain() : createLevels(copy, length, includeLast);
 }
 
 }  // namespace Brelt

@@ -247,7 +247,7 @@ TEST_F(CreatePathWalk, ALevelThatExistsMakesUpForAFailureBefore) {
     const FaultInjection faults(
         {.calls = Brelt::getFileAttributesCall, .code = ERROR_ACCESS_DENIED},
         {.calls = Brelt::createDirectoryCall, .code = ERROR_ACCESS_DENIED});
-    EXPECT_FALSE(createPath(R"(locked\sub\)"));
+    EXPECT_FALSE(createPath(R"(locked\sub\..\sub\)")) << "walked over, for its dots";
     EXPECT_EQ(faults.callCount(1), 1);
 }
 
