@@ -41,11 +41,11 @@ private:
     CURLcode result_ = CURLE_OK;
 };
 
-void restrictProtocols(OptionWriter& options) {
+void restrictProtocol(OptionWriter& options, bool isSecure) {
 #if LIBCURL_VERSION_NUM >= 0x075500
-    options.set(CURLOPT_PROTOCOLS_STR, "http,https");
+    options.set(CURLOPT_PROTOCOLS_STR, isSecure ? "https" : "http");
 #else
-    options.set(CURLOPT_PROTOCOLS, long{CURLPROTO_HTTP | CURLPROTO_HTTPS});
+    options.set(CURLOPT_PROTOCOLS, long{isSecure ? CURLPROTO_HTTPS : CURLPROTO_HTTP});
 #endif
 #if LIBCURL_VERSION_NUM >= 0x075700
     // An aborted look-up of a name isn't waited for.
@@ -55,7 +55,8 @@ void restrictProtocols(OptionWriter& options) {
 
 /// HTTP/2 over TLS, where this build of libcurl has it; it refuses the option where it hasn't.
 long wantedHttpVersion() {
-    const bool hasHttp2 = (curl_version_info(CURLVERSION_NOW)->features & CURL_VERSION_HTTP2) != 0;
+    static const bool hasHttp2 =
+        (curl_version_info(CURLVERSION_NOW)->features & CURL_VERSION_HTTP2) != 0;
     return hasHttp2 ? long{CURL_HTTP_VERSION_2TLS} : long{CURL_HTTP_VERSION_1_1};
 }
 
@@ -73,7 +74,6 @@ void setPlainBehaviour(OptionWriter& options, const Limits& limits) {
         // Without a limit libcurl overlooks a Content-Length that no number holds.
         .set(CURLOPT_MAXFILESIZE_LARGE, std::numeric_limits<curl_off_t>::max())
         .set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(limits.connectTime.count()));
-    restrictProtocols(options);
 }
 
 void setServer(OptionWriter& options, const PoolSettings& settings) {
@@ -126,6 +126,7 @@ void setTls(OptionWriter& options, const ClientSSLConfiguration& tls) {
 CURLcode applySettings(CURL* easy, const PoolSettings& settings, SetOption setOption) {
     OptionWriter options(easy, setOption);
     setPlainBehaviour(options, settings.limits);
+    restrictProtocol(options, settings.tls.has_value());
     setServer(options, settings);
     setProxy(options, settings);
     if (settings.tls) {
