@@ -61,8 +61,10 @@ public:
     std::optional<int> waitFor(std::chrono::milliseconds time) override {
         pollfd end{descriptor_, POLLIN, 0};
         int status = 0;
-        if (!exitCode_ && ::poll(&end, 1, static_cast<int>(time.count())) >= 0 &&
-            ::waitpid(pid_, &status, WNOHANG) == pid_) {
+        // The descriptor tells the end a moment before a killed program can be reaped: hence no
+        // WNOHANG.
+        if (!exitCode_ && ::poll(&end, 1, static_cast<int>(time.count())) == 1 &&
+            ::waitpid(pid_, &status, 0) == pid_) {
             exitCode_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
         }
         return exitCode_;
