@@ -64,9 +64,10 @@ if [ "$(id -u)" = 0 ]; then
 fi
 
 echo "Starting Wine $(wine --version | sed 's/^wine-//')"
-# The server stays up between the tests, instead of starting again with each.
+# The server stays up between the tests, instead of starting again with each. What it says is a
+# list of its own objects when it ends.
 mkdir "$WINEPREFIX"
-timeout 60 ${bound[@]+"${bound[@]}"} wineserver -p
+timeout 60 ${bound[@]+"${bound[@]}"} wineserver -p > "$folder/wineserver.log" 2>&1
 if ! timeout 300 ${bound[@]+"${bound[@]}"} wineboot -i > "$folder/wineboot.log" 2>&1; then
     cat "$folder/wineboot.log"
     exit 1
